@@ -1,0 +1,22 @@
+// Literal loops of the element-by-element kernels.
+#include "ref.h"
+
+namespace sarvo::simd::ref {
+
+void add(uint64_t n, const double *x, const double *y, double *out) {
+    for (uint64_t i = 0; i < n; i++) out[i] = x[i] + y[i];
+}
+
+void scale(uint64_t n, double s, const double *x, double *out) {
+    for (uint64_t i = 0; i < n; i++) out[i] = s * x[i];
+}
+
+void shift(uint64_t n, double s, const double *x, double *out) {
+    for (uint64_t i = 0; i < n; i++) out[i] = x[i] + s;
+}
+
+void axpy(uint64_t n, double s, const double *x, double *y) {
+    for (uint64_t i = 0; i < n; i++) y[i] = y[i] + s * x[i];
+}
+
+} // namespace sarvo::simd::ref

@@ -1,0 +1,20 @@
+// Literal loop of the matrix product.
+#include "ref.h"
+
+namespace sarvo::simd::ref {
+
+void product(uint64_t m, uint64_t n, uint64_t k, const double *a, uint64_t a_row, uint64_t a_col, const double *b,
+             uint64_t ldb, double *c, uint64_t ldc, double *) {
+    for (uint64_t i = 0; i < m; i++) {
+        for (uint64_t j = 0; j < n; j++) c[i * ldc + j] = 0.0;
+        for (uint64_t l = 0; l < k; l++) {
+            const double ail = a[i * a_row + l * a_col];
+            if (ail == 0.0) continue; // a NaN is not skipped
+            for (uint64_t j = 0; j < n; j++) c[i * ldc + j] += ail * b[l * ldb + j];
+        }
+    }
+}
+
+uint64_t product_work(uint64_t, uint64_t, uint64_t) { return 0; }
+
+} // namespace sarvo::simd::ref
