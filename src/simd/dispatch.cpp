@@ -1,16 +1,31 @@
 // The choice of the kernel table: the only place that asks what the processor can do.
-#include "simd.h"
-
 #include <atomic>
 
-#include "ref/ref.h"
+#include "levels.h"
 
 namespace sarvo::simd {
 namespace {
 
-constexpr Kernels scalar_table = {"scalar", ref::add, ref::scale, ref::shift, ref::axpy, ref::product, ref::product_work};
+// Levels that this processor has, slowest first. The compiler's test includes that the system saves the registers.
+uint32_t list_levels(const Kernels *list[4]) {
+    uint32_t count = 0;
+    list[count++] = &ref::table;
+#if defined(__x86_64__)
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("sse4.2")) list[count++] = &v2::table;
+    if (__builtin_cpu_supports("avx2")) list[count++] = &v3::table;
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq"))
+        list[count++] = &v4::table;
+#else
+    list[count++] = &base::table;
+#endif
+    return count;
+}
 
-const Kernels *choose() { return &scalar_table; }
+const Kernels *choose() {
+    const Kernels *list[4];
+    return list[list_levels(list) - 1];
+}
 
 // Chosen at first use. Threads that race here all store the same pointer.
 std::atomic<const Kernels *> chosen{nullptr};
@@ -29,9 +44,10 @@ const Kernels &kernels() {
 void force_level(const Kernels *table) { chosen.store(table, std::memory_order_relaxed); }
 
 uint32_t available_levels(const Kernels **tables, uint32_t capacity) {
-    uint32_t count = 0;
-    if (count < capacity) tables[count++] = &scalar_table;
-    return count;
+    const Kernels *list[4];
+    const uint32_t count = list_levels(list);
+    for (uint32_t i = 0; i < count && i < capacity; i++) tables[i] = list[i];
+    return count < capacity ? count : capacity;
 }
 
 } // namespace sarvo::simd

@@ -9,7 +9,7 @@
 namespace sarvo::simd {
 
 struct Kernels {
-    const char *level; // "scalar", "v2", "v3", "v4"
+    const char *level; // "ref" (the literal loops), "v2", "v3", "v4"; elsewhere than on x86-64 "ref", "base"
 
     // ---- Element by element; out may be x or y exactly ----
     void (*add)(uint64_t n, const double *x, const double *y, double *out); // out(i) = x(i) + y(i)
@@ -24,13 +24,34 @@ struct Kernels {
     //   work  product_work(m, n, k) doubles
     void (*product)(uint64_t m, uint64_t n, uint64_t k, const double *a, uint64_t a_row, uint64_t a_col,
                     const double *b, uint64_t ldb, double *c, uint64_t ldc, double *work);
+    // The same with the running sum started from c(i,j) and no term left out.
+    void (*product_add)(uint64_t m, uint64_t n, uint64_t k, const double *a, uint64_t a_row, uint64_t a_col,
+                        const double *b, uint64_t ldb, double *c, uint64_t ldc, double *work);
     uint64_t (*product_work)(uint64_t m, uint64_t n, uint64_t k);
+
+    // ---- Sums in eight parts: elements i = p (mod 8) are summed into part p, i ascending, from +0; then
+    // ((s0 + s4) + (s2 + s6)) + ((s1 + s5) + (s3 + s7)) ----
+    double (*dot8)(uint64_t n, const double *x, const double *y);
+    // out(i) = dot8(row i of a, x) for rows rows of n elements
+    void (*dot8_rows)(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const double *x, double *out);
+
+    // ---- Householder reduction: two pending rank-1 updates and the next A'u in one pass ----
+    // a(i,j) = (a(i,j) - u(i) y(j)) - x(i) v(j);  z(j) = z(j) + t(i) a(i,j), i ascending.  n is a multiple of 8.
+    void (*update2_accumulate)(uint64_t rows, uint64_t n, double *a, uint64_t lda, const double *u, const double *y,
+                               const double *x, const double *v, const double *t, double *z);
+
+    // ---- Rotations: (x, y) becomes (c x + s y, c y - s x) ----
+    void (*rotate)(uint64_t n, double c, double s, double *x, double *y);
+    // `sweeps` sweeps of rotations on the rows of a, one after the other. Sweep q rotates rows j and j+1, j = first .. last-1
+    // ascending, by c, s = cs[q ldcs + 2j], cs[q ldcs + 2j + 1]. n columns, leading dimension lda.
+    void (*rotate_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
+                          double *a, uint64_t lda);
 };
 
 // The table for this processor.
 const Kernels &kernels();
 
-// For tests: the levels that this processor has, "scalar" first; forcing one (null restores the choice).
+// For tests: the levels that this processor has, the literal loops first; forcing one (null restores the choice).
 uint32_t available_levels(const Kernels **tables, uint32_t capacity);
 void force_level(const Kernels *table);
 

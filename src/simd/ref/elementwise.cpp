@@ -1,5 +1,5 @@
 // Literal loops of the element-by-element kernels.
-#include "ref.h"
+#include "../levels.h"
 
 namespace sarvo::simd::ref {
 

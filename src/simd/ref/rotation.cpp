@@ -1,0 +1,21 @@
+// Literal loops of the rotation kernels.
+#include "../levels.h"
+
+namespace sarvo::simd::ref {
+
+void rotate(uint64_t n, double c, double s, double *x, double *y) {
+    for (uint64_t i = 0; i < n; i++) {
+        const double xi = x[i];
+        x[i] = c * xi + s * y[i];
+        y[i] = c * y[i] - s * xi;
+    }
+}
+
+void rotate_sweeps(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
+                   double *a, uint64_t lda) {
+    for (uint64_t q = 0; q < sweeps; q++)
+        for (uint64_t j = first; j < last; j++)
+            rotate(n, cs[q * ldcs + 2 * j], cs[q * ldcs + 2 * j + 1], a + j * lda, a + (j + 1) * lda);
+}
+
+} // namespace sarvo::simd::ref
