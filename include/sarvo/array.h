@@ -71,8 +71,8 @@ enum { SARVO_REALLOC_DTYPE = 1 }; /* flag of the realloc operations: the result 
 /* ---- Vectors ---- */
 
 /* Allocates a vector of `length` zeroed elements and stores it in *v (whose old value is not looked at). `unused` is ignored.
- * Errors, in order: v null: SarvoNullEC; dtype not in 1..24: "Invalid data type %d"; length * size beyond 64 bits: SarvoOverflowEC
- * "Too large size %zu"; the allocator's. *v is unchanged after a failure. */
+ * Errors, in order: v null: SarvoNullEC; dtype not in 1..24: "Invalid data type %d"; the allocator's ("Size of allocation overflows."
+ * included). *v is unchanged after a failure. */
 SARVO_API sarko_error_t sarvo_vector_alloc(sarvo_vector **v, uint32_t dtype, uint64_t unused, uint64_t length);
 
 /* Resizes *v to `length` elements, keeping contents; new elements are zero. Growth is exact; shrinking keeps the capacity.
@@ -125,7 +125,8 @@ SARVO_API void sarvo_matrix_free(sarvo_matrix *m);
 /* Copies the rows x cols block (0 = the rest of the source in that direction) at (first_row, first_col) of source to
  * (destination_row, destination_col) of *destination.
  *   *destination null: allocated just large enough; kept when large enough and of the same dtype, else resized to the larger of
- *   its own and the needed extent in each direction.
+ *   its own and the needed extent in each direction. Rows are moved one by one, ascending; it may be the source when no row that is
+ *   still to be read has been written.
  * Errors, in order: source or destination null: SarvoNullEC; source's dtype invalid: "Invalid data type %d"; block not inside the source: SarvoSizeEC;
  * needed extent wraps: SarvoOverflowEC; those of the resize; dtype other than 5 and 20: "Invalid or not implemented data type %d". */
 SARVO_API sarko_error_t sarvo_matrix_copy(const sarvo_matrix *source, uint64_t first_row, uint64_t first_col,
@@ -156,7 +157,8 @@ SARVO_API sarko_error_t sarvo_vv_inprod(const sarvo_vector *x, const sarvo_vecto
 /* *out = x + y. The result has id 5 when both operands have (32-bit sums, wrapping), else 20.
  *   *out  null: allocated; else resized and, if need be, made anew with the result's id; may be x or y when it already has the result's id.
  * Errors, in order: x, y or out null: SarvoNullEC; lengths differ: SarvoSizeEC; another id: "Invalid or not implemented data type %d"
- * (x's if it is the bad one, else y's; *out is untouched); those of the resize. */
+ * (x's if it is the bad one, else y's); *out is x or y and has not the result's id: SarvoInsituEC; those of the resize. *out is
+ * untouched by all but the last. */
 SARVO_API sarko_error_t sarvo_vv_add(const sarvo_vector *x, const sarvo_vector *y, sarvo_vector **out);
 
 /* *out = s x, x + s, x - s, element by element.
@@ -175,8 +177,8 @@ SARVO_API sarko_error_t sarvo_vs_sub(double s, const sarvo_vector *x, sarvo_vect
  *   out  null: allocated; else resized to m x n doubles; must be neither a nor b
  * int * int, int * double and double * int are accepted and do nothing: success, *out untouched.
  * Errors, in order: a, b or out null: SarvoNullEC; a's cols not b's rows: SarvoSizeEC; *out is a or b: SarvoInsituEC; another id:
- * "Invalid or not implemented data type %d" (a's if it is the bad one, else b's); those of the resize and the allocator's (work space of at most
- * 1 MiB), after which *out may have its new shape with contents undefined. */
+ * "Invalid or not implemented data type %d" (a's if it is the bad one, else b's); the allocator's (work space of at most 1 MiB); those of the resize. *out is untouched by
+ * all but the last. */
 SARVO_API sarko_error_t sarvo_mm_mlt(const sarvo_matrix *a, const sarvo_matrix *b, sarvo_matrix **out);
 
 /* *out = a s, element by element; the rules of sarvo_sv_mlt. */

@@ -1,0 +1,42 @@
+// Covariance of fitted parameters: the pseudo-inverse of the normal matrix.
+#include <sarvo/lsq.h>
+
+#include "normal.h"
+
+using sarvo::fail;
+
+namespace {
+
+// V and w of the decomposition into the record, at their exact sizes.
+sarko_error_t keep_factors(sarvo_lsq &lsq) {
+    const sarvo_nr_svd &svd = *lsq.svd;
+    const uint64_t n = lsq.npar;
+    if (sarko_error_t e = sarvo_matrix_realloc(&lsq.V, SARVO_DOUBLE, SARVO_REALLOC_DTYPE, n, n)) return e;
+    if (sarko_error_t e = sarvo_vector_realloc(&lsq.w, SARVO_DOUBLE, SARVO_REALLOC_DTYPE, n)) return e;
+    if (sarko_error_t e = sarvo_matrix_copy(svd.V, 0, 0, n, n, &lsq.V, 0, 0)) return e;
+    return sarvo_vector_copy(svd.w, 0, n, &lsq.w, 0);
+}
+
+sarko_error_t invert_alpha(sarvo_matrix **covar, sarvo_lsq &lsq) {
+    sarvo_nr_svd &svd = *lsq.svd;
+    const double kept_threshold = svd.thresh;
+    svd.thresh = -1.0; // derived from alpha by this decomposition
+    sarko_error_t e = sarvo_nr_svd_decompose(lsq.alpha, 0, 0, lsq.npar, lsq.npar, &svd);
+    if (!e) e = sarvo_nr_svd_invert(&svd, covar);
+    svd.thresh = kept_threshold;
+    return e;
+}
+
+sarko_error_t covariance(sarvo_matrix **covar, sarvo_lsq *lsq) {
+    if (!covar || !lsq) return fail(SarvoNullEC);
+    if (lsq->solver != 1) return fail(SarvoLsqInvalidSetupEC);
+    if (!(lsq->flags & SARVO_LSQ_ALLOCATED)) return fail(SarvoLsqInitEC);
+    if (sarko_error_t e = invert_alpha(covar, *lsq)) return e;
+    return keep_factors(*lsq);
+}
+
+} // namespace
+
+extern "C" sarko_error_t sarvo_lsq_covar(sarvo_matrix **covar, sarvo_lsq *lsq) {
+    return sarvo::wrap(covariance(covar, lsq), "Cannot calculate covariance matrix.");
+}
