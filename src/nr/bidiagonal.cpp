@@ -17,7 +17,8 @@
 namespace sarvo::nr {
 namespace {
 
-constexpr uint64_t block = 32; // reflectors applied together
+constexpr uint64_t block = 24; // reflectors applied together: one panel of the product kernel
+constexpr uint64_t chunk = 32; // rows of A taken together on the way back up
 
 constexpr uint64_t round_down(uint64_t x) { return x & ~uint64_t{7}; }
 constexpr uint64_t round_up(uint64_t x) { return (x + 7) & ~uint64_t{7}; }
@@ -104,7 +105,12 @@ void reduce(const simd::Kernels &kernel, const Panel &A, const Panel &Qt, const 
         sigma[k + 1] = make_reflector(kernel, n - k - 1, v + k + 1, e + k);
 
         // --- x = sigma (A v - u (y'v)) ---
-        kernel.dot8_rows(m - k - 1, width, A.row(k + 1) + from, A.stride, v + from, x + k + 1);
+        // From the last rows to the first: the cache still holds the last ones, and the next step begins with the first ones.
+        for (uint64_t end = m; end > k + 1;) {
+            const uint64_t begin = end - smaller(end - (k + 1), chunk);
+            kernel.dot8_rows(end - begin, width, A.row(begin) + from, A.stride, v + from, x + begin);
+            end = begin;
+        }
         const double yv = kernel.dot8(width, y + from, v + from);
         for (uint64_t i = k + 1; i < m; i++) x[i] = sigma[k + 1] * (x[i] - u[i] * yv);
         u_old = u;
@@ -114,60 +120,75 @@ void reduce(const simd::Kernels &kernel, const Panel &A, const Panel &Qt, const 
 
 // ---- The product of reflectors ----
 
-// T, upper triangular, with H_0 H_1 ... = I - Y T Y' for the reflectors in the rows of Y; T' is stored, negated.
-void triangular_factor(const simd::Kernels &kernel, const Panel &Y, uint64_t from, const double *tau, double *T,
-                       double *minus_Tt, double *gram) {
-    for (uint64_t i = 0; i < Y.rows; i++) {
-        kernel.dot8_rows(i, Y.cols - from, Y.p + from, Y.stride, Y.row(i) + from, gram);
-        for (uint64_t r = 0; r < i; r++) { // T(0:i, i) = -tau(i) T(0:i, 0:i) Y(0:i) u_i
-            double sum = 0.0;
-            for (uint64_t l = r; l < i; l++) sum += T[r * block + l] * gram[l];
-            T[r * block + i] = -tau[i] * sum;
+// Storage of one block of reflectors while it is applied.
+struct ReflectorBlock {
+    Panel Y;           // the reflectors, one to a row
+    double *Y_columns; // the same, one to a column: row j holds element j of each
+    double *gram;      // Y Y'
+    double *minus_Tt;  // the negative transpose of T, block x block
+    double *S, *ST;    // rows x block
+    double *product_work;
+
+    ReflectorBlock(const Panel &Xt, Pieces pieces)
+        : Y{pieces.take(block * Xt.stride), 0, round_up(Xt.cols), Xt.stride},
+          Y_columns(pieces.take(Xt.stride * block)),
+          gram(pieces.take(block * block)),
+          minus_Tt(pieces.take(block * block)),
+          S(pieces.take(Xt.rows * block)),
+          ST(pieces.take(Xt.rows * block)),
+          product_work(pieces.take(0)) {}
+};
+
+// T, upper triangular, with H_0 H_1 ... = I - Y T Y', as -T'. Elements before column `from` of Y are zero.
+void triangular_factor(const simd::Kernels &kernel, const ReflectorBlock &b, uint64_t from, const double *tau) {
+    const uint64_t count = b.Y.rows;
+    kernel.product(count, count, b.Y.cols - from, b.Y.p + from, b.Y.stride, 1, b.Y_columns, block, b.gram, block,
+                   b.product_work);
+    clear(b.minus_Tt, block * block);
+    for (uint64_t i = 0; i < count; i++) { // T(0:i, i) = -tau(i) T(0:i, 0:i) (Y(0:i) u_i),  T(i, i) = tau(i)
+        double *column = b.minus_Tt + i * block;
+        for (uint64_t l = 0; l < i; l++) {
+            const double factor = tau[i] * b.gram[i * block + l];
+            for (uint64_t r = 0; r < block; r++) column[r] -= factor * b.minus_Tt[l * block + r];
         }
-        T[i * block + i] = tau[i];
+        column[i] = -tau[i];
     }
-    for (uint64_t i = 0; i < Y.rows; i++)
-        for (uint64_t l = 0; l < Y.rows; l++) minus_Tt[l * block + i] = i <= l ? -T[i * block + l] : 0.0;
 }
 
 // Replaces the n reflectors in the first rows of Xt by the columns of H_0 H_1 ... H_(n-1), one to a row, as many as Xt has rows.
 void expand_reflectors(const simd::Kernels &kernel, const Panel &Xt, uint64_t n, const double *tau, Pieces pieces) {
-    double *T = pieces.take(block * block);
-    double *minus_Tt = pieces.take(block * block);
-    double *gram = pieces.take(block);
-    double *S = pieces.take(Xt.rows * block);
-    double *ST = pieces.take(Xt.rows * block);
-    double *Y_columns = pieces.take(Xt.stride * block); // Y' by rows
-    Panel Y{pieces.take(block * Xt.stride), 0, round_up(Xt.cols), Xt.stride};
-    double *product_work = pieces.take(0);
-
+    ReflectorBlock b(Xt, pieces);
     for (uint64_t j = n; j < Xt.rows; j++) Xt.row(j)[j] = 1.0;
-    for (uint64_t end = n; end > 0; end -= Y.rows) {
+    for (uint64_t end = n; end > 0; end -= b.Y.rows) {
         // Rows `end` and below are final for the reflectors from `end` on; they are zero before column `end`.
-        Y.rows = (end - 1) % block + 1;
-        const uint64_t begin = end - Y.rows;
+        b.Y.rows = (end - 1) % block + 1;
+        const uint64_t begin = end - b.Y.rows;
         const uint64_t from = round_down(begin);
-        const uint64_t width = Y.cols - from;
+        const uint64_t width = b.Y.cols - from;
         const uint64_t rows = Xt.rows - begin;
-        memcpy(Y.p, Xt.row(begin), Y.rows * Y.stride * sizeof(double));
+        memcpy(b.Y.p, Xt.row(begin), b.Y.rows * b.Y.stride * sizeof(double));
         for (uint64_t j = 0; j < width; j++)
-            for (uint64_t i = 0; i < Y.rows; i++) Y_columns[j * block + i] = Y.row(i)[from + j];
+            for (uint64_t i = 0; i < block; i++)
+                b.Y_columns[j * block + i] = i < b.Y.rows ? b.Y.row(i)[from + j] : 0.0;
         for (uint64_t j = begin; j < end; j++) {
             clear(Xt.row(j), Xt.stride);
             Xt.row(j)[j] = 1.0;
         }
-        // Xt := Xt - (Xt Y) T' Y'
-        triangular_factor(kernel, Y, from, tau + begin, T, minus_Tt, gram);
+        triangular_factor(kernel, b, from, tau + begin);
+        // --- Xt := Xt - (Xt Y) T' Y'; the rows of the identity pick their elements from Y ---
         double *X = Xt.row(begin) + from;
-        kernel.product(rows, Y.rows, width, X, Xt.stride, 1, Y_columns, block, S, block, product_work);
-        kernel.product(rows, Y.rows, Y.rows, S, block, 1, minus_Tt, block, ST, block, product_work);
-        kernel.product_add(rows, width, Y.rows, ST, block, 1, Y.p + from, Y.stride, X, Xt.stride, product_work);
+        memcpy(b.S, b.Y_columns + (begin - from) * block, b.Y.rows * block * sizeof(double));
+        kernel.product(rows - b.Y.rows, block, width, X + b.Y.rows * Xt.stride, Xt.stride, 1, b.Y_columns, block,
+                       b.S + b.Y.rows * block, block, b.product_work);
+        kernel.product(rows, block, block, b.S, block, 1, b.minus_Tt, block, b.ST, block, b.product_work);
+        kernel.product_add(rows, width, b.Y.rows, b.ST, block, 1, b.Y.p + from, b.Y.stride, X, Xt.stride,
+                           b.product_work);
     }
 }
 
 uint64_t expansion_work(const simd::Kernels &kernel, uint64_t rows, uint64_t stride) {
     const uint64_t product = larger(kernel.product_work(rows, block, stride), kernel.product_work(rows, stride, block));
-    return 2 * block * block + round_up(block) + 2 * rows * block + 2 * stride * block + product;
+    return 2 * block * block + 2 * rows * block + 2 * stride * block + product;
 }
 
 } // namespace

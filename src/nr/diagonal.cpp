@@ -19,24 +19,32 @@ double magnitude(double x) { return x < 0.0 ? -x : x; }
 constexpr uint64_t round_up(uint64_t x) { return (x + 7) & ~uint64_t{7}; }
 
 struct Rotation {
-    double c, s, r;
+    double c, s;    // c f + s g = r, c g - s f = 0
+    double r;
+    double c_a_s_b; // c a + s b
+    double s_h;     // s h
 };
 
-// c f + s g = r, c g - s f = 0.
-Rotation rotation_to_zero(double f, double g) {
-    if (g == 0.0) return {1.0, 0.0, f};
-    if (f == 0.0) return {0.0, 1.0, g};
-    double scale = 1.0;
-    double square = f * f + g * g;
-    if (square < 0x1p-960 || square > 0x1p960) { // squares have lost digits or are about to overflow
-        scale = square < 1.0 ? 0x1p500 : 0x1p-500;
-        f *= scale;
-        g *= scale;
-        square = f * f + g * g;
-    }
+// The same for f and g whose squares lose digits or overflow.
+Rotation scaled_rotation(double f, double g, double a, double b, double h) {
+    if (g == 0.0) return {1.0, 0.0, f, a, 0.0};
+    const double larger = magnitude(f) > magnitude(g) ? magnitude(f) : magnitude(g);
+    const double fs = f / larger;
+    const double gs = g / larger;
+    const double root = __builtin_sqrt(fs * fs + gs * gs);
+    const double c = fs / root;
+    const double s = gs / root;
+    return {c, s, larger * root, c * a + s * b, s * h};
+}
+
+// The rotation that takes (f, g) to (r, 0), with the two products that the next rotation waits for: they are formed before the
+// factor that is ready last, and the root and the quotient proceed side by side. A sweep is a chain of these latencies.
+Rotation rotation_to_zero(double f, double g, double a, double b, double h) {
+    const double square = f * f + g * g;
+    if (!(square > 0x1p-960 && square < 0x1p960)) return scaled_rotation(f, g, a, b, h);
     const double root = __builtin_sqrt(square);
-    const double inverse = root * (1.0 / square); // the root and the quotient proceed side by side
-    return {f * inverse, g * inverse, root / scale};
+    const double inverse = root * (1.0 / square);
+    return {f * inverse, g * inverse, root, (f * a + g * b) * inverse, (g * h) * inverse};
 }
 
 // Sweeps collected for one set of vectors: sweep q holds the rotations of rows j, j + 1 at cs[q ldcs + 2j].
@@ -129,20 +137,17 @@ void sweep(uint64_t l, uint64_t k, double *d, double *e, Batch &left, Batch &rig
     double f = (magnitude(d[l]) - shift) * ((d[l] < 0.0 ? -1.0 : 1.0) + shift / d[l]);
     double g = e[l];
     for (uint64_t i = l; i < k; i++) {
-        const Rotation p = rotation_to_zero(f, g);
+        const Rotation p = rotation_to_zero(f, g, d[i], e[i], d[i + 1]);
         if (i > l) e[i - 1] = p.r;
-        f = p.c * d[i] + p.s * e[i];
         e[i] = p.c * e[i] - p.s * d[i];
-        g = p.s * d[i + 1];
         d[i + 1] = p.c * d[i + 1];
-        const Rotation q = rotation_to_zero(f, g);
+        const double beyond = i + 1 < k ? e[i + 1] : 0.0;
+        const Rotation q = rotation_to_zero(p.c_a_s_b, p.s_h, e[i], d[i + 1], beyond);
         d[i] = q.r;
-        f = q.c * e[i] + q.s * d[i + 1];
         d[i + 1] = q.c * d[i + 1] - q.s * e[i];
-        if (i + 1 < k) {
-            g = q.s * e[i + 1];
-            e[i + 1] = q.c * e[i + 1];
-        }
+        if (i + 1 < k) e[i + 1] = q.c * beyond;
+        f = q.c_a_s_b;
+        g = q.s_h;
         right_cs[2 * i] = p.c;
         right_cs[2 * i + 1] = p.s;
         left_cs[2 * i] = q.c;
@@ -158,7 +163,7 @@ void cancel(uint64_t l, uint64_t k, double *d, double *e, double negligible, Bat
     double f = e[l - 1];
     e[l - 1] = 0.0;
     for (uint64_t i = l; i <= k && magnitude(f) > negligible; i++) {
-        const Rotation p = rotation_to_zero(d[i], f);
+        const Rotation p = rotation_to_zero(d[i], f, 0.0, 0.0, 0.0);
         d[i] = p.r;
         left.rotate(i, l - 1, p.c, p.s);
         if (i == k) break;

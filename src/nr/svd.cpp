@@ -144,20 +144,17 @@ sarko_error_t decompose(const Block &block, sarvo_nr_svd *svd) {
     const uint64_t narrow = wide ? block.rows : block.cols;
     double *w = static_cast<double *>(svd->w->data);
     Work work;
-    if (narrow > 0) {
-        if (sarko_error_t e = work.allocate(tall, narrow, wide ? tall : narrow)) return e;
-        const double largest = largest_magnitude(block);
-        const Scaling scaling(largest);
-        bool converged = largest <= DBL_MAX;
-        if (converged) {
-            fill_panel(block, scaling, wide, work.A);
-            reduce_to_bidiagonal(work.A, work.left, work.right, work.d, work.e, work.work);
-            converged = diagonalise(narrow, work.d, work.e, work.left, work.right, svd->eps, svd->maxiter, work.work);
-        }
-        if (!converged)
-            return failf(SarvoNrIterEC, "No convergence in %d iterations", static_cast<int>(svd->maxiter));
-        for (uint64_t j = 0; j < narrow; j++) w[j] = scaling.undo(work.d[j]);
+    if (sarko_error_t e = work.allocate(tall, narrow, wide ? tall : narrow)) return e;
+    const double largest = largest_magnitude(block);
+    const Scaling scaling(largest);
+    bool converged = largest <= DBL_MAX;
+    if (converged) {
+        fill_panel(block, scaling, wide, work.A);
+        reduce_to_bidiagonal(work.A, work.left, work.right, work.d, work.e, work.work);
+        converged = diagonalise(narrow, work.d, work.e, work.left, work.right, svd->eps, svd->maxiter, work.work);
     }
+    if (!converged) return failf(SarvoNrIterEC, "No convergence in %d iterations", static_cast<int>(svd->maxiter));
+    for (uint64_t j = 0; j < narrow; j++) w[j] = scaling.undo(work.d[j]);
     for (uint64_t j = narrow; j < block.cols; j++) w[j] = 0.0;
     write_transposed(wide ? work.right : work.left, svd->U);
     write_transposed(wide ? work.left : work.right, svd->V);
