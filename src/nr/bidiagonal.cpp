@@ -187,7 +187,9 @@ void expand_reflectors(const simd::Kernels &kernel, const Panel &Xt, uint64_t n,
 }
 
 uint64_t expansion_work(const simd::Kernels &kernel, uint64_t rows, uint64_t stride) {
-    const uint64_t product = larger(kernel.product_work(rows, block, stride), kernel.product_work(rows, stride, block));
+    const uint64_t most = larger(rows, block);  // rows of any of the products
+    const uint64_t longest = larger(stride, block); // their other sizes
+    const uint64_t product = larger(kernel.product_work(most, block, longest), kernel.product_work(most, longest, block));
     return 2 * block * block + 2 * rows * block + 2 * stride * block + product;
 }
 
