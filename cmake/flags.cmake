@@ -14,6 +14,13 @@ if(SARVO_SANITIZE)
   endif()
 endif()
 
+# Programs, which use the C++ library.
+add_library(sarvo_program_flags INTERFACE)
+target_link_libraries(sarvo_program_flags INTERFACE sarvo_flags)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  target_compile_options(sarvo_program_flags INTERFACE -Wno-restrict) # GCC 12 sees an overlap inside std::string's operator+ (bug 105651)
+endif()
+
 # C++ without its run-time library: no exceptions, no run-time types, no guards of local statics. sqrt becomes the instruction.
 add_library(sarvo_library_flags INTERFACE)
 target_link_libraries(sarvo_library_flags INTERFACE sarvo_flags)

@@ -1,0 +1,110 @@
+// The command line over CLI11.
+#include "app.h"
+
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <sarvo/sarvo.h>
+
+#include "errors.h"
+#include "numbers.h"
+#include "subcommands.h"
+#include "suggest.h"
+
+namespace command {
+namespace {
+
+struct Subcommand {
+    const char *name;
+    const char *description;
+    Run (*add)(CLI::App &);
+};
+
+constexpr Subcommand subcommands[] = {
+    {"fit", "Fit a formula to data by non-linear least squares", add_fit},
+    {"info", "Show the version, the processor level chosen, machine constants and build flags", add_info},
+};
+
+const char *const footer = "Examples:\n"
+                           "  sarvo fit 'y ~ a + b*x' data.csv --start a=1,b=1\n"
+                           "  sarvo fit 'y ~ b1*(1-exp(-b2*x))' data.csv --start b1=500,b2=1e-4 --format json\n"
+                           "  sarvo info\n"
+                           "\n"
+                           "sarvo SUBCOMMAND --help tells more.";
+
+std::vector<std::string> subcommand_names() {
+    std::vector<std::string> names;
+    for (const Subcommand &s : subcommands) names.emplace_back(s.name);
+    return names;
+}
+
+std::vector<std::string> option_names(const CLI::App &app) {
+    std::vector<std::string> names;
+    for (const CLI::Option *option : app.get_options())
+        for (const std::string &name : option->get_lnames()) names.push_back("--" + name);
+    return names;
+}
+
+// The word of the command line that nothing takes, with the name that was probably meant; empty when there is none.
+std::string unknown_word(const CLI::App &app, const std::vector<std::string> &words) {
+    const CLI::App *current = &app;
+    for (const std::string &word : words) {
+        if (word == "--") break;
+        const bool option = word.size() > 1 && word[0] == '-' && !parse_number(word);
+        if (!option && current == &app) {
+            for (const Subcommand &s : subcommands)
+                if (word == s.name) current = app.get_subcommand(s.name);
+            if (current == &app) return "there is no subcommand '" + word + "'." + suggestion(word, subcommand_names());
+        } else if (option) {
+            const std::string name = word.substr(0, word.find('='));
+            if (name.rfind("--", 0) == 0 ? !current->get_option_no_throw(name)
+                                         : !current->get_option_no_throw(name.substr(0, 2)))
+                return "there is no option '" + name + "'." + suggestion(name, option_names(*current));
+        }
+    }
+    return "";
+}
+
+int complain(const std::string &message, ExitCode code) {
+    std::fprintf(stderr, "sarvo: %s\n", message.c_str());
+    return code;
+}
+
+} // namespace
+
+int run(int argc, char **argv) {
+    CLI::App app("Numerical work from the command line, on libsarvo.", "sarvo");
+    app.set_version_flag("--version", std::string("sarvo ") + sarvo_version_string());
+    app.footer(footer);
+    app.require_subcommand(1);
+    std::vector<std::pair<CLI::App *, Run>> runs;
+    for (const Subcommand &s : subcommands) {
+        CLI::App *added = app.add_subcommand(s.name, s.description);
+        runs.emplace_back(added, s.add(*added));
+    }
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.empty()) {
+        std::fputs(app.help().c_str(), stderr);
+        return exit_usage;
+    }
+    try {
+        app.parse(argc, argv);
+        for (const auto &[subcommand, run_it] : runs)
+            if (subcommand->parsed()) return run_it();
+    } catch (const CLI::Success &e) { // help, version
+        return app.exit(e);
+    } catch (const CLI::ParseError &e) {
+        const std::string unknown = unknown_word(app, words);
+        return complain((unknown.empty() ? std::string(e.what()) : unknown) + "\nsarvo --help shows what there is.", exit_usage);
+    } catch (const Failure &e) {
+        return complain(e.what(), e.code());
+    } catch (const std::exception &e) {
+        return complain(e.what(), exit_input);
+    }
+    return exit_usage;
+}
+
+} // namespace command

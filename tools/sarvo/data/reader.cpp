@@ -1,0 +1,187 @@
+// Reading of tables: lines to cells, cells to numbers, every fault named by file, line and column.
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <set>
+
+#include "errors.h"
+#include "numbers.h"
+#include "table.h"
+
+namespace command {
+namespace {
+
+struct Cell {
+    std::string text;
+    size_t position; // in the line, counted from 0
+};
+
+struct Line {
+    std::string text;
+    size_t number; // counted from 1
+};
+
+Failure fault(const std::string &source, const Line &line, size_t position, const std::string &what) {
+    return input_error(source + ":" + std::to_string(line.number) + ":" + std::to_string(position + 1) + ": " + what +
+                       "\n" + with_caret(line.text, position));
+}
+
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
+// The lines that hold data or a header.
+std::vector<Line> significant_lines(const std::string &text) {
+    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+    std::vector<Line> lines;
+    size_t begin = text.compare(0, byte_order_mark.size(), byte_order_mark) == 0 ? byte_order_mark.size() : 0;
+    for (size_t number = 1; begin < text.size(); number++) {
+        size_t end = text.find('\n', begin);
+        if (end == std::string::npos) end = text.size();
+        std::string line = text.substr(begin, end - begin);
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        const size_t first = line.find_first_not_of(" \t");
+        if (first != std::string::npos && line[first] != '#' && line[first] != '%') lines.push_back({line, number});
+        begin = end + 1;
+    }
+    return lines;
+}
+
+// ';', '\t', ',' or ' ' for blanks.
+char guess_separator(const std::string &line) {
+    std::string outside;
+    bool quoted = false;
+    for (const char c : line) {
+        if (c == '"') quoted = !quoted;
+        else if (!quoted) outside += c;
+    }
+    for (const char separator : {';', '\t', ','})
+        if (outside.find(separator) != std::string::npos) return separator;
+    return ' ';
+}
+
+// A cell in quotes, `position` at the opening one; a doubled quote stands for one. Leaves `position` behind the closing one.
+Cell quoted_cell(const std::string &source, const Line &line, size_t *position) {
+    Cell cell{"", *position};
+    for (size_t i = *position + 1; i < line.text.size(); i++) {
+        if (line.text[i] != '"') {
+            cell.text += line.text[i];
+        } else if (i + 1 < line.text.size() && line.text[i + 1] == '"') {
+            cell.text += '"';
+            i++;
+        } else {
+            *position = i + 1;
+            return cell;
+        }
+    }
+    throw fault(source, line, *position, "this quote is not closed");
+}
+
+std::vector<Cell> split(const std::string &source, const Line &line, char separator) {
+    const std::string &text = line.text;
+    const auto separates = [separator](char c) { return separator == ' ' ? is_blank(c) : c == separator; };
+    const auto skippable = [separator](char c) { return is_blank(c) && c != separator; };
+    std::vector<Cell> cells;
+    size_t i = 0;
+    for (;;) {
+        while (i < text.size() && (skippable(text[i]) || (separator == ' ' && is_blank(text[i])))) i++;
+        if (separator == ' ' && i == text.size()) return cells;
+        if (i < text.size() && text[i] == '"') {
+            cells.push_back(quoted_cell(source, line, &i));
+            while (i < text.size() && skippable(text[i])) i++;
+            if (i < text.size() && !separates(text[i])) throw fault(source, line, i, "text behind a quoted cell");
+        } else {
+            Cell cell{"", i};
+            while (i < text.size() && !separates(text[i])) cell.text += text[i++];
+            while (!cell.text.empty() && is_blank(cell.text.back())) cell.text.pop_back();
+            cells.push_back(cell);
+        }
+        if (i == text.size()) return cells;
+        i++;
+    }
+}
+
+bool is_header(const std::vector<Cell> &cells) {
+    for (const Cell &cell : cells)
+        if (cell.text.empty() || parse_number(cell.text)) return false;
+    return true;
+}
+
+void name_columns(Table &table, const Line &line, const std::vector<Cell> &cells, bool header) {
+    std::set<std::string> seen;
+    for (size_t c = 0; c < cells.size(); c++) {
+        const std::string name = header ? cells[c].text : "c" + std::to_string(c + 1);
+        if (!seen.insert(name).second)
+            throw fault(table.source, line, cells[c].position, "the column name '" + name + "' occurs twice");
+        table.names.push_back(name);
+    }
+    table.columns.resize(cells.size());
+}
+
+void add_row(Table &table, const Line &line, const std::vector<Cell> &cells) {
+    const size_t expected = table.names.size();
+    if (cells.size() != expected) {
+        const size_t position = cells.size() > expected ? cells[expected].position : line.text.size();
+        throw fault(table.source, line, position,
+                    "the row has " + std::to_string(cells.size()) + " cells, the first has " + std::to_string(expected));
+    }
+    for (size_t c = 0; c < cells.size(); c++) {
+        const std::string where = " (column '" + table.names[c] + "')";
+        if (cells[c].text.empty()) throw fault(table.source, line, cells[c].position, "the cell is empty" + where);
+        const std::optional<double> x = parse_number(cells[c].text);
+        if (!x) throw fault(table.source, line, cells[c].position, "'" + cells[c].text + "' is not a number" + where);
+        if (!std::isfinite(*x))
+            throw fault(table.source, line, cells[c].position, "'" + cells[c].text + "' is not finite" + where);
+        table.columns[c].push_back(*x);
+    }
+    table.lines.push_back(line.number);
+}
+
+std::string slurp(const std::string &path) {
+    const bool standard_input = path == "-";
+    FILE *file = standard_input ? stdin : std::fopen(path.c_str(), "rb");
+    if (!file) throw input_error(path + ": cannot be opened: " + std::strerror(errno));
+    std::string text;
+    char block[1 << 16];
+    for (size_t count; (count = std::fread(block, 1, sizeof block, file)) > 0;) text.append(block, count);
+    const bool failed = std::ferror(file) != 0;
+    const int reason = errno;
+    if (!standard_input) std::fclose(file);
+    if (failed) throw input_error(path + ": cannot be read: " + std::strerror(reason));
+    return text;
+}
+
+} // namespace
+
+std::optional<size_t> Table::find(std::string_view name) const {
+    for (size_t c = 0; c < names.size(); c++)
+        if (names[c] == name) return c;
+    if (name.size() < 2 || name.front() != '$') return std::nullopt;
+    const std::optional<double> number = parse_number(name.substr(1));
+    for (size_t c = 0; number && c < names.size(); c++)
+        if (*number == static_cast<double>(c + 1)) return c;
+    return std::nullopt;
+}
+
+Table parse_table(const std::string &text, const std::string &source) {
+    if (text.find('\0') != std::string::npos) throw input_error(source + ": this is not a text file");
+    const std::vector<Line> lines = significant_lines(text);
+    if (lines.empty()) throw input_error(source + ": there is no data");
+    Table table;
+    table.source = source;
+    const char separator = guess_separator(lines[0].text);
+    for (size_t i = 0; i < lines.size(); i++) {
+        const std::vector<Cell> cells = split(source, lines[i], separator);
+        if (i == 0) {
+            const bool header = is_header(cells);
+            name_columns(table, lines[0], cells, header);
+            if (header) continue;
+        }
+        add_row(table, lines[i], cells);
+    }
+    if (table.rows() == 0) throw input_error(source + ": there is a header but no data");
+    return table;
+}
+
+Table read_table(const std::string &path) { return parse_table(slurp(path), path == "-" ? "standard input" : path); }
+
+} // namespace command

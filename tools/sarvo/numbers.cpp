@@ -1,0 +1,27 @@
+// Numbers as text, by the functions that ignore the locale.
+#include "numbers.h"
+
+#include <charconv>
+
+namespace command {
+
+std::optional<double> parse_number(std::string_view text) {
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    if (!text.empty() && text.front() == '+') return std::nullopt;
+    double x = 0.0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), x);
+    if (error != std::errc{} || end != text.data() + text.size() || text.empty()) return std::nullopt;
+    return x;
+}
+
+std::string shortest(double x) {
+    char text[40];
+    return {text, std::to_chars(text, text + sizeof text, x).ptr};
+}
+
+std::string general(double x, int digits) {
+    char text[64];
+    return {text, std::to_chars(text, text + sizeof text, x, std::chars_format::general, digits).ptr};
+}
+
+} // namespace command

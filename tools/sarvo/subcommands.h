@@ -1,0 +1,17 @@
+// The subcommands: each adds its options to the application and returns what runs it.
+#pragma once
+
+#include <functional>
+
+namespace CLI {
+class App;
+}
+
+namespace command {
+
+using Run = std::function<int()>; // returns the exit code; throws Failure
+
+Run add_fit(CLI::App &app);
+Run add_info(CLI::App &app);
+
+} // namespace command
