@@ -1,0 +1,168 @@
+// The command as a process: exit codes, messages, the three formats, verbose output.
+#include <sys/wait.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "numbers.h"
+#include "test_support.h"
+
+namespace {
+
+struct Answer {
+    int exit_code;
+    std::string out, err;
+};
+
+std::string slurp(const std::string &path) {
+    std::ifstream file(path);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// Runs `sarvo ARGUMENTS` by the shell, with `input` as standard input.
+Answer sarvo(const std::string &arguments, const std::string &input = "") {
+    const std::string folder = testing::TempDir() + "sarvo_cli_" + std::to_string(getpid());
+    const std::string in = folder + ".in", out = folder + ".out", err = folder + ".err";
+    std::ofstream(in) << input;
+    const int status =
+        std::system((std::string(SARVO_COMMAND_PATH) + " " + arguments + " <" + in + " >" + out + " 2>" + err).c_str());
+    Answer answer{WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
+    for (const std::string &path : {in, out, err}) std::remove(path.c_str());
+    return answer;
+}
+
+const std::string misra = std::string(SARVO_EXAMPLE_DATA) + "/misra1a.csv";
+const std::string fit_misra = "fit 'y ~ b1*(1-exp(-b2*x))' " + misra + " --start b1=500,b2=1e-4 ";
+
+const std::string line = "x y w\n0 1.5 1\n1 2.5 1\n2 5.5 1\n3 6.5 1\n";
+
+TEST(Command, ExitCodesTellWhatHappened) {
+    const struct {
+        const char *what;
+        std::string arguments;
+        const char *input;
+        int code;
+        const char *message; // on standard error
+    } rows[] = {
+        {"converged", fit_misra, "", 0, ""},
+        {"limit reached", fit_misra + "--max-iterations 2", "", 1, ""},
+        {"no subcommand", "", "", 2, "Usage"},
+        {"unknown subcommand", "fti", "", 2, "there is no subcommand 'fti'. Did you mean 'fit'?"},
+        {"far from any subcommand", "quux", "", 2, "there is no subcommand 'quux'.\n"},
+        {"unknown option", fit_misra + "--verbos", "", 2, "there is no option '--verbos'. Did you mean '--verbose'?"},
+        {"unknown option with a value", fit_misra + "--tolX=3", "", 2, "there is no option '--tolX'. Did you mean '--tolx'?"},
+        {"missing start", "fit 'y ~ x' " + misra, "", 2, "--start is required"},
+        {"bad start", "fit 'y ~ a*x' " + misra + " --start a=1x", "", 2, "this is not a number"},
+        {"bad format", fit_misra + "--format xml", "", 2, "--format"},
+        {"bad limit", fit_misra + "--max-iterations 0", "", 2, "--max-iterations"},
+        {"bad formula", "fit 'y ~ a*' " + misra + " --start a=1", "", 2, "the expression ends too early"},
+        {"unknown name", "fit 'y ~ a*presure' - --start a=1", "y,pressure\n1,2\n2,3\n", 2,
+         "'presure' is neither a column nor a parameter. Did you mean 'pressure'?"},
+        {"unused parameter", "fit 'y ~ a*x' " + misra + " --start a=1,b=2", "", 2, "parameter 'b' does not occur"},
+        {"parameter named like a column", "fit 'y ~ x' " + misra + " --start x=1", "", 2, "is a column of"},
+        {"two starts for one", "fit 'y ~ a*x' " + misra + " --start a=1 --start a=2", "", 2, "has two starts"},
+        {"not finite at the start", "fit 'y ~ log(a)*x' " + misra + " --start a=-1", "", 2, "is not finite in row 1 ("},
+        {"left side not finite", "fit 'log(c1) ~ a' - --start a=1", "1\n-1\n", 2, "the left side of the formula is not finite in row 2"},
+        {"more parameters than rows", "fit 'c1 ~ a + b*c2 + p*c2^2' - --start a=1,b=1,p=1", "1 2\n3 4\n", 2,
+         "3 parameters cannot be fitted to 2 rows"},
+        {"unknown weights", "fit 'y ~ a' - --start a=1 --weights weihgt", "y,weight\n1,2\n2,3\n", 2,
+         "there is no column 'weihgt' for the weights. Did you mean 'weight'?"},
+        {"negative weight", "fit 'c1 ~ a' - --start a=1 --weights c2", "1 1\n2 -1\n", 2, "the weight is negative in row 2"},
+        {"no such file", "fit 'y ~ a*x' nowhere.csv --start a=1", "", 3, "nowhere.csv: cannot be opened"},
+        {"bad cell", "fit 'y ~ a*x' - --start a=1", "y,x\n1,2\n3,z\n", 3, "standard input:3:3: 'z' is not a number (column 'x')"},
+        {"empty input", "fit 'y ~ a*x' - --start a=1", "", 3, "there is no data"},
+    };
+    for (const auto &row : rows) {
+        const Answer answer = sarvo(row.arguments, row.input);
+        EXPECT_EQ(answer.exit_code, row.code) << row.what << "\n" << answer.err;
+        EXPECT_NE(answer.err.find(row.message), std::string::npos) << row.what << "\n" << answer.err;
+        EXPECT_EQ(answer.out.empty(), row.code > 1) << row.what << "\n" << answer.out;
+    }
+}
+
+TEST(Command, PrintsTheLastStateWhenItDoesNotConverge) {
+    const Answer answer = sarvo(fit_misra + "--max-iterations 2");
+    EXPECT_NE(answer.out.find("NOT CONVERGED after 2 iterations: the limit of 2 iterations was reached."), std::string::npos)
+        << answer.out;
+    EXPECT_NE(answer.out.find("b2"), std::string::npos);
+}
+
+// The value behind `"key": ` in a JSON text of ours, from `from` on.
+double number_behind(const std::string &text, const std::string &key, size_t from = 0) {
+    const size_t place = text.find("\"" + key + "\": ", from);
+    if (place == std::string::npos) return NAN;
+    const size_t begin = place + key.size() + 4;
+    return command::parse_number(text.substr(begin, text.find_first_of(",}\n", begin) - begin)).value_or(NAN);
+}
+
+TEST(Command, FitsALineWithTheTextbookResult) {
+    // Slope 9/5, intercept 13/10, residuals 0.2 -0.6 0.6 -0.2, sums of squares about the means 5 (x) and 17 (y).
+    const Answer json = sarvo("fit 'y ~ a + b*x' - --start a=0,b=0 --format json", line);
+    ASSERT_EQ(json.exit_code, 0) << json.err;
+    const double variance = 0.8 / 2;
+    const size_t second = json.out.find("\"b\"");
+    EXPECT_NEAR(number_behind(json.out, "estimate"), 1.3, 1e-12);
+    EXPECT_NEAR(number_behind(json.out, "estimate", second), 1.8, 1e-12);
+    EXPECT_NEAR(number_behind(json.out, "standard_error"), std::sqrt(variance * (0.25 + 2.25 / 5)), 1e-12);
+    EXPECT_NEAR(number_behind(json.out, "standard_error", second), std::sqrt(variance / 5), 1e-12);
+    EXPECT_NEAR(number_behind(json.out, "chi_square"), 0.8, 1e-12);
+    EXPECT_NEAR(number_behind(json.out, "residual_sd"), std::sqrt(variance), 1e-12);
+    EXPECT_NEAR(number_behind(json.out, "r_squared"), 1 - 0.8 / 17, 1e-12);
+    EXPECT_EQ(number_behind(json.out, "degrees_of_freedom"), 2.0);
+}
+
+TEST(Command, WeightsActLikeRepeatedRowsAndKnownVariancesAreNotScaled) {
+    const std::string weighted = "x y w\n0 1.5 2\n1 2.5 1\n2 5.5 1\n3 6.5 3\n";
+    const std::string repeated = "x y\n0 1.5\n0 1.5\n1 2.5\n2 5.5\n3 6.5\n3 6.5\n3 6.5\n";
+    const std::string arguments = "fit 'y ~ a + b*x' - --start a=0,b=0 --known-variances --format json";
+    const Answer one = sarvo(arguments + " --weights w", weighted);
+    const Answer other = sarvo(arguments, repeated);
+    for (const char *key : {"estimate", "standard_error", "chi_square"}) {
+        EXPECT_NEAR(number_behind(one.out, key), number_behind(other.out, key), 1e-12) << key;
+        EXPECT_TRUE(std::isfinite(number_behind(one.out, key))) << key;
+    }
+}
+
+TEST(Command, FullPrecisionReadsBackToTheSameBitsInBothMachineFormats) {
+    const Answer json = sarvo(fit_misra + "--format json");
+    const Answer csv = sarvo(fit_misra + "--format csv");
+    ASSERT_EQ(json.exit_code + csv.exit_code, 0);
+    const size_t place = csv.out.find("\nb1,") + 4;
+    const double estimate = command::parse_number(csv.out.substr(place, csv.out.find(',', place) - place)).value_or(NAN);
+    EXPECT_EQ(test::bits(estimate), test::bits(number_behind(json.out, "estimate")));
+    EXPECT_NEAR(estimate, 238.94212918, 1e-7);
+    EXPECT_EQ(command::parse_number(command::shortest(estimate)), estimate);
+    EXPECT_NE(csv.out.find("\nconverged,1,,\n"), std::string::npos);
+    EXPECT_NE(csv.out.find("\ncorrelation b2 b1,-0.99"), std::string::npos) << csv.out;
+}
+
+TEST(Command, VerbosePrintsALineForEachIteration) {
+    const Answer answer = sarvo(fit_misra + "--verbose --max-iterations 5");
+    EXPECT_NE(answer.err.find("chi square"), std::string::npos);
+    EXPECT_EQ(std::count(answer.err.begin(), answer.err.end(), '\n'), 6);
+}
+
+TEST(Command, SaysWhenTheDataDoNotDetermineTheParameters) {
+    const Answer answer = sarvo("fit 'y ~ a + b + 0*x' - --start a=1,b=1", line);
+    EXPECT_NE(answer.out.find("the data do not determine all parameters (rank 1 of 2)"), std::string::npos) << answer.out << answer.err;
+}
+
+TEST(Command, HelpAndInfoTellWhatAPersonNeeds) {
+    const Answer help = sarvo("--help"), fit_help = sarvo("fit --help"), info = sarvo("info"), version = sarvo("--version");
+    for (const Answer *a : {&help, &fit_help, &info, &version}) EXPECT_EQ(a->exit_code, 0);
+    EXPECT_EQ(version.out, "sarvo 1.0.0\n");
+    for (const char *text : {"Examples:", "fit", "info"}) EXPECT_NE(help.out.find(text), std::string::npos) << text;
+    for (const char *text : {"--start", "--weights", "--tolx", "--verbose", "Exit codes:", "Examples:"})
+        EXPECT_NE(fit_help.out.find(text), std::string::npos) << text;
+    for (const char *text : {"kernels", "flags", "-ffp-contract=off", "2.220446049250313e-16", "1.7976931348623157e+308"})
+        EXPECT_NE(info.out.find(text), std::string::npos) << text;
+}
+
+} // namespace
