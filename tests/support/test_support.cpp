@@ -46,6 +46,8 @@ void hook_release(void *p, void *) {
 
 int64_t live_blocks() { return live; }
 
+sarko_mem_hooks hooks() { return {hook_alloc, hook_resize, hook_release, nullptr}; }
+
 void arm(uint64_t fail_at, bool from_there_on) {
     calls = 0;
     failed = false;
@@ -210,8 +212,7 @@ namespace {
 class LibraryEnvironment : public testing::Environment {
 public:
     void SetUp() override {
-        const sarko_mem_hooks hooks = {test::memory::hook_alloc, test::memory::hook_resize, test::memory::hook_release,
-                                       nullptr};
+        const sarko_mem_hooks hooks = test::memory::hooks();
         sarko_mem_set_hooks(&hooks);
         ASSERT_EQ(sarvo_initialize(), 0);
     }
