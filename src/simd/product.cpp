@@ -25,6 +25,7 @@ constexpr uint64_t tile_columns = tile_vectors * lanes;
 constexpr uint64_t block_k = 384;
 constexpr uint64_t block_m = 64;
 constexpr uint64_t block_n = 480;
+constexpr uint64_t few_panels = 2;
 
 constexpr uint64_t smaller(uint64_t x, uint64_t y) { return x < y ? x : y; }
 constexpr uint64_t round_up(uint64_t x, uint64_t unit) { return (x + unit - 1) / unit * unit; }
@@ -66,16 +67,20 @@ bool pack_b(uint64_t kc, uint64_t valid, const double *b, uint64_t ldb, double *
     return sum == 0.0;
 }
 
-// c tile = (fresh ? 0 : c tile) + a panel * b panel. Whole tile, row stride ldc.
-void tile(uint64_t kc, const double *a, const double *b, bool fresh, double *c, uint64_t ldc) {
+// c tile = (fresh ? 0 : c tile) + a panel * b panel. Whole tile, row stride ldc. The a panel is packed (row stride 1, column
+// stride tile_rows, both known to the compiler), or stands where it is with contiguous rows.
+template <bool packed>
+void tile(uint64_t kc, const double *a, uint64_t a_row, const double *b, bool fresh, double *c, uint64_t ldc) {
+    constexpr uint64_t a_step = packed ? tile_rows : 1;
+    if (packed) a_row = 1;
     Vec sum[tile_rows][tile_vectors];
     for (uint64_t r = 0; r < tile_rows; r++)
         for (uint64_t v = 0; v < tile_vectors; v++) sum[r][v] = fresh ? Vec{} : load(c + r * ldc + v * lanes);
-    for (uint64_t l = 0; l < kc; l++, a += tile_rows, b += tile_columns) {
+    for (uint64_t l = 0; l < kc; l++, a += a_step, b += tile_columns) {
         Vec bl[tile_vectors];
         for (uint64_t v = 0; v < tile_vectors; v++) bl[v] = load(b + v * lanes);
         for (uint64_t r = 0; r < tile_rows; r++)
-            for (uint64_t v = 0; v < tile_vectors; v++) sum[r][v] += a[r] * bl[v];
+            for (uint64_t v = 0; v < tile_vectors; v++) sum[r][v] += a[r * a_row] * bl[v];
     }
     for (uint64_t r = 0; r < tile_rows; r++)
         for (uint64_t v = 0; v < tile_vectors; v++) store(c + r * ldc + v * lanes, sum[r][v]);
@@ -87,7 +92,7 @@ void edge_tile(uint64_t kc, const double *a, const double *b, bool fresh, double
     double whole[tile_rows * tile_columns] = {};
     for (uint64_t r = 0; !fresh && r < rows; r++)
         for (uint64_t j = 0; j < columns; j++) whole[r * tile_columns + j] = c[r * ldc + j];
-    tile(kc, a, b, fresh, whole, tile_columns);
+    tile<true>(kc, a, 1, b, fresh, whole, tile_columns);
     for (uint64_t r = 0; r < rows; r++)
         for (uint64_t j = 0; j < columns; j++) c[r * ldc + j] = whole[r * tile_columns + j];
 }
@@ -118,18 +123,24 @@ void column_block(uint64_t m, uint64_t nc, uint64_t kc, const Operand &a, const 
         plain[j / tile_columns] = skip_zeros && !finite;
         if (plain[j / tile_columns]) plain_panel(m, columns, kc, a, b + j, ldb, fresh, c + j, ldc);
     }
+    // Rows that lie together and meet few panels are not worth packing, but for those of the last, partial tile.
+    const bool in_place = a.col == 1 && nc <= few_panels * tile_columns && nc % tile_columns == 0;
     for (uint64_t i0 = 0; i0 < m; i0 += block_m) {
         const uint64_t mc = smaller(block_m, m - i0);
-        pack_a(mc, kc, {a.p + i0 * a.row, a.row, a.col}, packed_a);
+        const uint64_t unpacked = in_place ? mc / tile_rows * tile_rows : 0;
+        pack_a(mc - unpacked, kc, {a.p + (i0 + unpacked) * a.row, a.row, a.col}, packed_a);
         for (uint64_t j = 0; j < nc; j += tile_columns) {
             if (plain[j / tile_columns]) continue;
             const uint64_t columns = smaller(tile_columns, nc - j);
             for (uint64_t i = 0; i < mc; i += tile_rows) {
                 const uint64_t rows = smaller(tile_rows, mc - i);
+                const double *panel = packed_a + (i - unpacked) * kc;
                 double *tile_c = c + (i0 + i) * ldc + j;
-                if (rows == tile_rows && columns == tile_columns)
-                    tile(kc, packed_a + i * kc, packed_b + j * kc, fresh, tile_c, ldc);
-                else edge_tile(kc, packed_a + i * kc, packed_b + j * kc, fresh, tile_c, ldc, rows, columns);
+                if (rows < tile_rows || columns < tile_columns)
+                    edge_tile(kc, panel, packed_b + j * kc, fresh, tile_c, ldc, rows, columns);
+                else if (i < unpacked)
+                    tile<false>(kc, a.p + (i0 + i) * a.row, a.row, packed_b + j * kc, fresh, tile_c, ldc);
+                else tile<true>(kc, panel, 1, packed_b + j * kc, fresh, tile_c, ldc);
             }
         }
     }

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Builds and runs the benches beside their peers: ./scripts/bench.sh [NAME...], all by default.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+. scripts/setup.sh
+need_packages "${build_packages[@]}" "${bench_packages[@]}"
+cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DSARVO_BENCH=ON -DSARVO_TESTS=OFF -DSARVO_COMMAND=OFF \
+  -DSARVO_EXAMPLES=OFF > /dev/null
+names=("$@")
+[ ${#names[@]} -gt 0 ] || names=(product_bench svd_bench)
+cmake --build build-bench -j "$jobs" --target "${names[@]}" -- --quiet
+for name in "${names[@]}"; do
+  echo "== $name"
+  "build-bench/bench/$name"
+done

@@ -1,0 +1,231 @@
+// Every level of the vector kernels gives the bits of the literal loops, on awkward sizes and special values; the literal loops
+// give what their formulas say.
+#include "simd/simd.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "test_support.h"
+
+namespace {
+
+using sarvo::simd::Kernels;
+
+// Sizes around the lengths of vectors, tiles and blocks (tile 8 x 24, block of k 384, of rows 64, of columns 480).
+const std::vector<uint64_t> lengths = {0, 1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 23, 24, 25, 31, 33, 63, 65, 66, 130};
+
+std::vector<const Kernels *> levels() {
+    const Kernels *tables[4];
+    const uint32_t count = sarvo::simd::available_levels(tables, 4);
+    return {tables, tables + count};
+}
+
+std::vector<double> values(uint64_t count, test::Random &random, bool special) {
+    std::vector<double> v(count);
+    for (double &x : v) x = special ? random.special() : random.symmetric();
+    return v;
+}
+
+// Storage with one element in front (so that nothing is aligned) and guards behind.
+struct Guarded {
+    std::vector<double> all;
+    uint64_t size;
+    static constexpr double guard = -7.25;
+
+    explicit Guarded(const std::vector<double> &contents) : all(contents.size() + 9, guard), size(contents.size()) {
+        std::copy(contents.begin(), contents.end(), all.begin() + 1);
+    }
+    double *data() { return all.data() + 1; }
+    bool intact() const {
+        return all[0] == guard && std::all_of(all.begin() + 1 + static_cast<std::ptrdiff_t>(size), all.end(),
+                                              [](double x) { return x == guard; });
+    }
+};
+
+// Runs `operation(table, storage)` with the literal loops and with each level on copies of `storage`; demands equal bits.
+template <class Operation>
+void expect_same_bits(const std::vector<double> &storage, const std::string &what, Operation operation) {
+    Guarded expected(storage);
+    operation(*levels()[0], expected.data());
+    for (const Kernels *table : levels()) {
+        Guarded actual(storage);
+        operation(*table, actual.data());
+        EXPECT_TRUE(actual.intact()) << what << " at level " << table->level << " wrote outside";
+        test::expect_equal_bits(actual.data(), expected.data(), storage.size(), what + " at level " + table->level);
+    }
+}
+
+TEST(Levels, AreDistinctAndTheFirstIsTheLiteralLoops) {
+    std::set<std::string> names;
+    for (const Kernels *table : levels()) names.insert(table->level);
+    EXPECT_EQ(names.size(), levels().size());
+    EXPECT_STREQ(levels()[0]->level, "ref");
+    EXPECT_EQ(&sarvo::simd::kernels(), levels().back()) << "the fastest level of the machine is chosen";
+    std::string list;
+    for (const std::string &name : names) list += name + " ";
+    testing::Test::RecordProperty("levels", list);
+    std::printf("levels run: %s\n", list.c_str());
+}
+
+TEST(Levels, ForcingOneChangesTheChoiceUntilItIsRestored) {
+    for (const Kernels *table : levels()) {
+        sarvo::simd::force_level(table);
+        EXPECT_EQ(&sarvo::simd::kernels(), table);
+    }
+    sarvo::simd::force_level(nullptr);
+    EXPECT_EQ(&sarvo::simd::kernels(), levels().back());
+}
+
+TEST(Elementwise, EveryLevelHasTheBitsOfTheLoops) {
+    test::Random random(1);
+    for (const uint64_t n : lengths)
+        for (const bool special : {false, true}) {
+            const std::vector<double> x = values(n, random, special);
+            const double s = special ? random.special() : random.symmetric();
+            const std::string size = " of " + std::to_string(n);
+            const auto storage = values(n, random, special);
+            expect_same_bits(storage, "add" + size, [&](const Kernels &k, double *p) { k.add(n, x.data(), p, p); });
+            expect_same_bits(storage, "scale" + size, [&](const Kernels &k, double *p) { k.scale(n, s, p, p); });
+            expect_same_bits(storage, "shift" + size, [&](const Kernels &k, double *p) { k.shift(n, s, x.data(), p); });
+            expect_same_bits(storage, "axpy" + size, [&](const Kernels &k, double *p) { k.axpy(n, s, x.data(), p); });
+        }
+}
+
+struct Shape {
+    uint64_t m, n, k;
+};
+
+std::vector<Shape> product_shapes() {
+    std::vector<Shape> shapes;
+    for (const uint64_t size : lengths) shapes.push_back({size, size, size});
+    for (const uint64_t size : {1u, 7u, 9u, 25u}) {
+        shapes.push_back({size, 24, 65});
+        shapes.push_back({24, size, 66});
+        shapes.push_back({24, 25, size});
+        shapes.push_back({0, size, 3});
+        shapes.push_back({3, size, 0});
+    }
+    shapes.push_back({65, 24, 385}); // beyond a block of k, rows in place
+    shapes.push_back({66, 481, 9});  // beyond a block of columns
+    shapes.push_back({130, 50, 770});
+    return shapes;
+}
+
+TEST(Product, EveryLevelHasTheBitsOfTheLoops) {
+    test::Random random(2);
+    for (const Shape &s : product_shapes())
+        for (const bool special : {false, true})
+            for (const bool transposed : {false, true}) {
+                const uint64_t a_row = transposed ? 1 : s.k + 3;
+                const uint64_t a_col = transposed ? s.m + 1 : 1;
+                const std::vector<double> a = values((s.m + 3) * (s.k + 3), random, special);
+                const std::vector<double> b = values(s.k * (s.n + 1), random, special);
+                const std::vector<double> c = values(s.m * (s.n + 2), random, special);
+                const std::string shape = " " + std::to_string(s.m) + " x " + std::to_string(s.n) + " x " +
+                                          std::to_string(s.k) + (special ? ", special values" : "") +
+                                          (transposed ? ", transposed" : "");
+                for (const bool accumulate : {false, true})
+                    expect_same_bits(c, (accumulate ? "product_add" : "product") + shape,
+                                     [&](const Kernels &k, double *p) {
+                                         std::vector<double> work(k.product_work(s.m, s.n, s.k) + 1);
+                                         (accumulate ? k.product_add : k.product)(s.m, s.n, s.k, a.data(), a_row, a_col,
+                                                                                  b.data(), s.n + 1, p, s.n + 2,
+                                                                                  work.data());
+                                     });
+            }
+}
+
+TEST(Product, LeavesOutZerosOfTheLeftOperandBesideInfinities) {
+    const double inf = HUGE_VAL;
+    const std::vector<double> a = {0.0, 2.0, -0.0, std::nan("")};
+    const std::vector<double> b = {inf, 1.0, 3.0, inf};
+    for (const Kernels *k : levels()) {
+        std::vector<double> c(4, 99.0), work(k->product_work(2, 2, 2) + 1);
+        k->product(2, 2, 2, a.data(), 2, 1, b.data(), 2, c.data(), 2, work.data());
+        EXPECT_EQ(c[0], 6.0) << k->level; // 0 * inf is left out
+        EXPECT_EQ(c[1], inf) << k->level;
+        EXPECT_TRUE(std::isnan(c[2]) && std::isnan(c[3])) << k->level; // a NaN is not
+    }
+}
+
+TEST(Product, AgreesWithExtendedPrecision) {
+    test::Random random(3);
+    const uint64_t m = 13, n = 29, k = 57;
+    const auto a = values(m * k, random, false), b = values(k * n, random, false);
+    const Kernels &kernel = sarvo::simd::kernels();
+    std::vector<double> c(m * n), work(kernel.product_work(m, n, k));
+    kernel.product(m, n, k, a.data(), k, 1, b.data(), n, c.data(), n, work.data());
+    for (uint64_t i = 0; i < m; i++)
+        for (uint64_t j = 0; j < n; j++) {
+            long double sum = 0, size = 0;
+            for (uint64_t l = 0; l < k; l++) {
+                sum += static_cast<long double>(a[i * k + l]) * b[l * n + j];
+                size += std::fabs(static_cast<long double>(a[i * k + l]) * b[l * n + j]);
+            }
+            // Each of the k products and k sums is off by at most half an ulp of the sum of magnitudes.
+            EXPECT_LE(std::fabs(c[i * n + j] - sum), static_cast<long double>(k + 1) * 0x1p-53L * size);
+        }
+}
+
+TEST(Sums, EveryLevelHasTheBitsOfTheLoops) {
+    test::Random random(4);
+    for (const uint64_t n : lengths)
+        for (const bool special : {false, true})
+            for (const uint64_t rows : {0u, 1u, 3u, 4u, 5u, 9u}) {
+                const uint64_t lda = n + 3;
+                const auto x = values(n, random, special), a = values((rows + 1) * lda, random, special);
+                const std::string size = "dot8_rows of " + std::to_string(rows) + " x " + std::to_string(n);
+                expect_same_bits(std::vector<double>(rows + 1), size, [&](const Kernels &k, double *p) {
+                    k.dot8_rows(rows, n, a.data(), lda, x.data(), p);
+                    p[rows] = k.dot8(n, a.data(), x.data());
+                });
+            }
+}
+
+TEST(Sums, FusedHouseholderPassHasTheBitsOfTheLoops) {
+    test::Random random(5);
+    for (const uint64_t n : {0u, 8u, 16u, 24u, 64u, 136u})
+        for (const uint64_t rows : {0u, 1u, 3u, 4u, 5u, 6u, 7u, 12u, 13u})
+            for (const bool special : {false, true}) {
+                const uint64_t lda = n + 1;
+                const auto u = values(rows, random, special), x = values(rows, random, special),
+                           t = values(rows, random, special);
+                const auto y = values(n, random, special), v = values(n, random, special);
+                expect_same_bits(values(rows * lda + n, random, special),
+                                 "update2_accumulate " + std::to_string(rows) + " x " + std::to_string(n),
+                                 [&](const Kernels &k, double *p) {
+                                     k.update2_accumulate(rows, n, p, lda, u.data(), y.data(), x.data(), v.data(),
+                                                          t.data(), p + rows * lda);
+                                 });
+            }
+}
+
+TEST(Rotations, EveryLevelHasTheBitsOfTheLoops) {
+    test::Random random(6);
+    for (const uint64_t n : lengths)
+        for (const bool special : {false, true}) {
+            const double c = random.symmetric(), s = random.symmetric();
+            expect_same_bits(values(2 * n, random, special), "rotate " + std::to_string(n),
+                             [&](const Kernels &k, double *p) { k.rotate(n, c, s, p, p + n); });
+        }
+    const uint64_t rows = 12;
+    const std::vector<std::pair<uint64_t, uint64_t>> ranges = {{0, 0}, {0, 1}, {3, 5}, {0, 3}, {2, 6}, {1, 11}, {0, 11}};
+    for (const uint64_t n : {0u, 1u, 8u, 15u, 31u, 33u, 70u})
+        for (const uint64_t sweeps : {0u, 1u, 2u, 3u, 4u, 5u, 8u, 11u})
+            for (const auto &[first, last] : ranges)
+                for (const bool special : {false, true}) {
+                    const uint64_t lda = n + 1, ldcs = 2 * rows;
+                    const auto cs = values(sweeps * ldcs, random, false);
+                    expect_same_bits(values(rows * lda, random, special),
+                                     "rotate_sweeps " + std::to_string(sweeps) + " on rows " + std::to_string(first) +
+                                         ".." + std::to_string(last) + " x " + std::to_string(n),
+                                     [&](const Kernels &k, double *p) {
+                                         k.rotate_sweeps(sweeps, first, last, n, cs.data(), ldcs, p, lda);
+                                     });
+                }
+}
+
+} // namespace
