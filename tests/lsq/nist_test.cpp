@@ -108,8 +108,6 @@ struct Fit {
     int iterations = 0;
 };
 
-sarko_error_t count_iterations(int32_t stage, int32_t number, void *, sarvo_lsq *lsq);
-
 struct Run : sarvo_lsq {
     int iterations = 0;
 };

@@ -99,6 +99,30 @@ TEST(LsqAlloc, RefusesOtherKindsAndForgetsTheStorage) {
     expect_error(fit.start({1, 0}), SarvoLsqInitEC, {init_text, "Initialization error in LS"});
 }
 
+TEST(LsqAlloc, SizesBeyondMemoryAreRefusedAndTheRecordStaysUsable) {
+    struct Case {
+        uint32_t npar, ndata;
+        const char *text;
+    };
+    const Case cases[] = {
+        {1, UINT32_MAX, "Cannot allocate 34359738360 bytes."},  // r
+        {UINT32_MAX, 3, "Cannot allocate 103079215080 bytes."}, // J
+        {UINT32_MAX, 0, "Cannot allocate 34359738360 bytes."},  // the rows of alpha
+        {1u << 31, 1, "Cannot allocate 17179869184 bytes."},    // J
+    };
+    for (const Case &c : cases) {
+        Fit fit(test::exponential(), 2);
+        const sarko_error_t e = sarvo_lsq_alloc(c.npar, c.ndata, &fit.lsq);
+        EXPECT_NE(e, 0u);
+        EXPECT_STREQ(sarko_error_message(sarko_error_cause(e)), c.text);
+        sarko_error_clear(e);
+        EXPECT_FALSE(fit.lsq.flags & SARVO_LSQ_ALLOCATED);
+        expect_success(sarvo_lsq_alloc(2, 10, &fit.lsq));
+        expect_success(fit.start({1, 0}));
+        expect_success(sarvo_lsq_minimize(3, nullptr, nullptr, &fit.lsq));
+    }
+}
+
 // ---- Sums against their literal loops ----
 
 enum Kind { none, vector_kind, matrix_kind };

@@ -19,6 +19,9 @@ std::atomic<uint64_t> failing_call{0}; // 0: none
 std::atomic<bool> failing_on{false};
 std::atomic<bool> failed{false};
 
+// Larger requests fail as on a machine that has no more: whether the system would serve them differs.
+constexpr uint64_t largest_served = uint64_t{1} << 32;
+
 bool refuses() {
     const uint64_t call = ++calls;
     const uint64_t at = failing_call;
@@ -28,14 +31,16 @@ bool refuses() {
 }
 
 void *hook_alloc(uint64_t size, int32_t zeroed, void *) {
-    if (refuses()) return nullptr;
+    if (refuses() || size > largest_served) return nullptr;
     void *p = zeroed ? calloc(1, size) : malloc(size);
     if (p && !zeroed) memset(p, 0xA5, size); // unwritten memory shows
     if (p) live++;
     return p;
 }
 
-void *hook_resize(void *p, uint64_t size, void *) { return refuses() ? nullptr : realloc(p, size); }
+void *hook_resize(void *p, uint64_t size, void *) {
+    return refuses() || size > largest_served ? nullptr : realloc(p, size);
+}
 
 void hook_release(void *p, void *) {
     live--;
