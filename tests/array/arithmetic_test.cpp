@@ -27,7 +27,10 @@ Doubles special_doubles(test::Random &random, uint64_t count) {
 
 Ints wide_ints(test::Random &random, uint64_t count) {
     Ints out(count);
-    for (int32_t &x : out) x = random.below(4) ? static_cast<int32_t>(random.next()) : static_cast<int32_t>(random.below(7)) - 3;
+    for (int32_t &x : out) {
+        const int32_t small = static_cast<int32_t>(random.below(7)) - 3;
+        x = random.below(4) ? static_cast<int32_t>(random.next()) : small;
+    }
     return out;
 }
 
@@ -56,7 +59,8 @@ template <class X, class Y> void expect_inprod(const X &x, const Y &y) {
                 const uint64_t left = std::min(left_x, left_y);
                 double result = -1.0;
                 if (count ? count > left : left == 0) {
-                    expect_error(sarvo_vv_inprod(vx.v, vy.v, dx, dy, count, &result), SarvoBoundsEC, {"Index out of bounds"});
+                    expect_error(sarvo_vv_inprod(vx.v, vy.v, dx, dy, count, &result), SarvoBoundsEC,
+                        {"Index out of bounds"});
                     EXPECT_EQ(result, -1.0);
                     continue;
                 }
@@ -323,7 +327,8 @@ TEST(MatrixProduct, EqualsTheLiteralLoopWithZerosAndNonFiniteValues) {
     struct Shape {
         uint64_t m, k, n;
     };
-    for (const Shape s : {Shape{1, 1, 1}, {2, 3, 4}, {8, 8, 24}, {9, 7, 25}, {17, 33, 5}, {1, 40, 50}, {50, 40, 1}, {31, 100, 47},
+    for (const Shape s : {Shape{1, 1, 1}, {2, 3, 4}, {8, 8, 24}, {9, 7, 25}, {17, 33, 5}, {1, 40, 50}, {50, 40, 1},
+        {31, 100, 47},
                           {3, 0, 4}, {0, 3, 4}, {3, 4, 0}, {64, 400, 30}})
         for (const bool special : {false, true}) {
             Doubles a(s.m * s.k), b(s.k * s.n);
@@ -380,7 +385,8 @@ TEST(MatrixProduct, RefusesInOrder) {
     Matrix wide(SARVO_DOUBLE, 0, 0), tall(SARVO_DOUBLE, 0, 0);
     tall.m->rows = 1ull << 32; // shapes whose product would overflow, without elements
     wide.m->cols = 1ull << 33;
-    expect_error(sarvo_mm_mlt(tall.m, wide.m, &out.m), SarvoOverflowEC, {"Too large size for rows=4294967296 cols=8589934592"});
+    expect_error(sarvo_mm_mlt(tall.m, wide.m, &out.m), SarvoOverflowEC,
+        {"Too large size for rows=4294967296 cols=8589934592"});
 }
 
 } // namespace

@@ -223,13 +223,16 @@ TEST(MatrixCopy, OntoItselfMovesRowsInAscendingOrder) {
 TEST(MatrixCopy, RefusesInOrder) {
     Matrix source = numbered(SARVO_DOUBLE, 2, 3), to;
     expect_error(sarvo_matrix_copy(nullptr, 9, 9, 0, 0, &to.m, 0, 0), SarvoNullEC, {"Input structure is not initialized"});
-    expect_error(sarvo_matrix_copy(source.m, 9, 9, 0, 0, nullptr, 0, 0), SarvoNullEC, {"Input structure is not initialized"});
+    expect_error(sarvo_matrix_copy(source.m, 9, 9, 0, 0, nullptr, 0, 0), SarvoNullEC,
+        {"Input structure is not initialized"});
     struct Block {
         uint64_t row, col, rows, cols;
     };
-    for (const Block b : {Block{0, 0, 3, 1}, {1, 0, 2, 1}, {3, 0, 0, 0}, {0, 0, 1, 4}, {0, 3, 1, 1}, {0, 4, 0, 0}, {1, 1, UINT64_MAX, 1},
+    for (const Block b : {Block{0, 0, 3, 1}, {1, 0, 2, 1}, {3, 0, 0, 0}, {0, 0, 1, 4}, {0, 3, 1, 1}, {0, 4, 0, 0},
+        {1, 1, UINT64_MAX, 1},
                           {UINT64_MAX, 0, 1, 1}, {UINT64_MAX, 0, 2, 1}, {0, UINT64_MAX, 1, 0}, {0, 1, 1, UINT64_MAX}})
-        expect_error(sarvo_matrix_copy(source.m, b.row, b.col, b.rows, b.cols, &to.m, UINT64_MAX, 0), SarvoSizeEC, {"Incorrect size"});
+        expect_error(sarvo_matrix_copy(source.m, b.row, b.col, b.rows, b.cols, &to.m, UINT64_MAX, 0), SarvoSizeEC,
+            {"Incorrect size"});
     expect_error(sarvo_matrix_copy(source.m, 0, 0, 0, 0, &to.m, UINT64_MAX, 0), SarvoOverflowEC, {"Overflow error"});
     expect_error(sarvo_matrix_copy(source.m, 0, 0, 0, 0, &to.m, 0, UINT64_MAX - 1), SarvoOverflowEC, {"Overflow error"});
     EXPECT_EQ(to.m, nullptr);

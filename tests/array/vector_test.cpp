@@ -159,7 +159,8 @@ TEST(VectorCopy, RefusesInOrder) {
     struct Case {
         uint64_t offset, count;
     };
-    for (const Case c : {Case{0, 4}, {1, 3}, {3, 1}, {4, 0}, {UINT64_MAX, 0}, {UINT64_MAX, 1}, {1, UINT64_MAX}, {2, UINT64_MAX - 1}})
+    for (const Case c : {Case{0, 4}, {1, 3}, {3, 1}, {4, 0}, {UINT64_MAX, 0}, {UINT64_MAX, 1}, {1, UINT64_MAX}, {2,
+        UINT64_MAX - 1}})
         expect_error(sarvo_vector_copy(source.v, c.offset, c.count, &to.v, UINT64_MAX), SarvoSizeEC, {"Incorrect size"});
     expect_error(sarvo_vector_copy(source.v, 0, 3, &to.v, UINT64_MAX - 2), SarvoOverflowEC, {"Overflow error"});
     EXPECT_EQ(to.v, nullptr);

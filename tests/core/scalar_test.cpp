@@ -1,4 +1,4 @@
-// Scalar utilities: integer powers, overflow tests, classification, tolerant comparison, the four-value sort, the block printer.
+// Scalar utilities: integer powers, overflow tests, classification, comparison, the four-value sort, the block printer.
 #include <sarvo/sarvo.h>
 
 #include <float.h>
@@ -38,8 +38,8 @@ TEST(IntegerPower, NamedValues) {
     EXPECT_EQ(sarvo_i64pow(3037000500, 2), -3);
 }
 
-// The steps as they are described, in a wider type, wrapped where they are stored. A base that wrapped to 0, or to 1 under a negative
-// exponent (which would square for ever), gives -3.
+// The steps as they are described, in a wider type, wrapped where they are stored. A base that wrapped to 0, or to 1 under a
+// negative exponent (which would square for ever), gives -3.
 template <class Int, class Wide> Int literal_power(Int base, Int exponent) {
     const Wide max = std::numeric_limits<Int>::max();
     const auto wrapped = [](Wide x) { return static_cast<Int>(x); };
@@ -94,7 +94,8 @@ TEST(IntegerPower, EndsWhenASquareWrapsToOneUnderANegativeExponent) {
 TEST(IntegerPower, EqualsTheLiteralStepsOnBoundaryGrids) {
     for (const int32_t base : boundary_values<int32_t>())
         for (const int32_t exponent : boundary_values<int32_t>())
-            ASSERT_EQ(sarvo_ipow(base, exponent), (literal_power<int32_t, int64_t>(base, exponent))) << base << '^' << exponent;
+            ASSERT_EQ(sarvo_ipow(base, exponent), (literal_power<int32_t, int64_t>(base,
+                exponent))) << base << '^' << exponent;
     for (const int64_t base : boundary_values<int64_t>())
         for (const int64_t exponent : boundary_values<int64_t>())
             ASSERT_EQ(sarvo_i64pow(base, exponent), (literal_power<int64_t, int128>(base, exponent)))

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Exported names of the shared libraries, the names that the headers declare and the lists of exports must be the same three sets; the
-# libraries need nothing but libc, libm and each other, nothing of the C++ run-time library, and hold no fused multiply-add.
+# Exported names of the shared libraries, the names that the headers declare and the lists of exports must be the same three
+# sets; the libraries need nothing but libc, libm and each other, nothing of the C++ run-time library, and hold no fused multiply-add.
 # Usage: symbols_test.sh source-folder libsarko libsarvo
 set -eu
 
@@ -16,7 +16,7 @@ fail() {
     failures=$((failures + 1))
 }
 
-# The names that headers declare with the given mark: the word before "(", or the last word of a variable (its extent dropped).
+# The names that headers declare with the given mark: the word before "(", or a variable's last word (its extent dropped).
 declared() {
     mark=$1
     shift
@@ -52,7 +52,8 @@ check_needs() { # shared library, allowed pattern
     readelf -d "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\].*/\1/p' >"$work/needs"
     grep -q . "$work/needs" || fail "$1: no needed library was found"
     grep -Ev "^($2)\$" "$work/needs" && fail "$1: needs more than $2"
-    nm -D --undefined-only "$1" | grep -E ' (_Z|__cxa_|__gxx|_Unwind)' | grep -v '__cxa_finalize' && fail "$1: C++ run-time symbols"
+    nm -D --undefined-only "$1" | grep -E ' (_Z|__cxa_|__gxx|_Unwind)' | grep -v '__cxa_finalize' &&
+        fail "$1: C++ run-time symbols"
     return 0
 }
 

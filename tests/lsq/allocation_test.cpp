@@ -36,7 +36,8 @@ struct Scenario : test::AllocationScenario {
     std::string result() const override {
         const sarvo_lsq &lsq = fit.lsq;
         const bool started = lsq.flags & SARVO_LSQ_INITIALISED;
-        return std::to_string(lsq.flags) + std::to_string(lsq.weight_kind) + (started ? test::state(lsq) : std::string()) + bytes(covar) +
+        return std::to_string(lsq.flags) + std::to_string(lsq.weight_kind) +
+               (started ? test::state(lsq) : std::string()) + bytes(covar) +
                bytes(lsq.V) + bytes(lsq.w) + bytes(lsq.weight_vector) + bytes(lsq.weight_matrix);
     }
 };
@@ -72,7 +73,8 @@ const struct Case {
     {"weight_minit null", {}, [](Scenario &s) { return sarvo_lsq_weight_minit(nullptr, &s.fit.lsq); }},
     {"iterate_init", {}, start},
     {"iterate_init size", {}, [](Scenario &s) { return sarvo_lsq_iterate_init(s.w, &s.fit.lsq); }},
-    {"iterate_init model", [](Scenario &s) { s.fit.problem.returns_nan = [&s](int k) { s.fit.problem.fails_at = k; return false; };
+    {"iterate_init model",
+        [](Scenario &s) { s.fit.problem.returns_nan = [&s](int k) { s.fit.problem.fails_at = k; return false; };
                                              return sarko_error_t{0}; }, start},
     {"iterate not initialised", {}, [](Scenario &s) { return sarvo_lsq_iterate(&s.fit.lsq); }},
     {"minimize", {}, minimise_afresh},

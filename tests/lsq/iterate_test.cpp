@@ -214,7 +214,8 @@ TEST_F(Iterate, MinimiseHonoursItsLimitAndStoresWhatIsGiven) {
     }
     expect_success(sarvo_lsq_minimize(1, nullptr, nullptr, &fit.lsq));
     EXPECT_EQ(other.calls, 2) << "null keeps the callback and the user data";
-    expect_error(sarvo_lsq_minimize(1, nullptr, nullptr, nullptr), SarvoNullEC, {minimise_text, "Input structure is not initialized"});
+    expect_error(sarvo_lsq_minimize(1, nullptr, nullptr, nullptr), SarvoNullEC, {minimise_text,
+        "Input structure is not initialized"});
     sarvo_lsq bare;
     expect_success(sarvo_lsq_init_default(&bare));
     expect_error(sarvo_lsq_minimize(1, nullptr, nullptr, &bare), SarvoLsqInitEC,
@@ -355,8 +356,10 @@ TEST(Convergence, NaNNeverCountsAsMet) {
         double chisq;
         int32_t met;
     };
-    const Case cases[] = {{{1, 1}, {0, 0}, {0, 0}, 1, 2},   {{1, 1}, {NAN, 0}, {0, 0}, 1, 1}, {{1, 1}, {0, NAN}, {0, 0}, 1, 1},
-                          {{1, 1}, {0, 0}, {NAN, 0}, 1, 1}, {{1, 1}, {0, 0}, {0, NAN}, 1, 1}, {{NAN, 1}, {0, 0}, {0, 0}, 1, 0},
+    const Case cases[] = {{{1, 1}, {0, 0}, {0, 0}, 1, 2},   {{1, 1}, {NAN, 0}, {0, 0}, 1, 1}, {{1, 1}, {0, NAN}, {0,
+        0}, 1, 1},
+                          {{1, 1}, {0, 0}, {NAN, 0}, 1, 1}, {{1, 1}, {0, 0}, {0, NAN}, 1, 1}, {{NAN, 1}, {0, 0}, {0,
+                              0}, 1, 0},
                           {{1, 1}, {0, 0}, {0, 0}, NAN, 1}, {{1, NAN}, {0, 0}, {0, 0}, NAN, 0}};
     Fit fit(test::linear({0}, [](uint64_t, uint64_t) { return 1.0; }, 2), 2);
     expect_success(fit.start({1.0, 1.0}));

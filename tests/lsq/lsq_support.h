@@ -115,7 +115,8 @@ struct Fit {
 // Everything that a fit leaves, as bytes.
 inline std::string state(const sarvo_lsq &lsq) {
     const double numbers[] = {lsq.chisq, lsq.chisq_trial, lsq.lambda, lsq.gain, lsq.rcond};
-    return bytes(lsq.x) + bytes(lsq.r) + bytes(lsq.step) + bytes(lsq.beta) + bytes(lsq.alpha) + bytes(numbers, sizeof numbers);
+    return bytes(lsq.x) + bytes(lsq.r) + bytes(lsq.step) + bytes(lsq.beta) + bytes(lsq.alpha) + bytes(numbers,
+        sizeof numbers);
 }
 
 } // namespace test

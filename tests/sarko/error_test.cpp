@@ -155,7 +155,8 @@ TEST(Malfunction, HandlerIsCalledAndTheErrorClearedAfterwards) {
 
 TEST(MalfunctionDeathTest, DefaultHandlerPrintsTheChainAndAborts) {
     EXPECT_EXIT(sarko_error_malfunction(wrap(make(0, "root", SARKO_KIND_MALFUNCTION), "outer")),
-                testing::KilledBySignal(SIGABRT), "error 0 \\(malfunction\\): outer\n  caused by error 0 \\(malfunction\\): root");
+                testing::KilledBySignal(SIGABRT),
+                    "error 0 \\(malfunction\\): outer\n  caused by error 0 \\(malfunction\\): root");
 }
 
 TEST(Registry, CodesCountFromOneAndNullsAreRefused) {

@@ -189,7 +189,8 @@ TEST(OffsetMatrix, RowsFollowEachOtherInOneBlock) {
     for (const Range r : {Range{0, 2, 0, 3}, {1, 3, 1, 4}, {-1, 1, -2, 1}, {-7, -5, 100, 102}, {5, 5, -1, -1}}) {
         void *p = nullptr;
         test::expect_success(sarko_mem_matrix_alloc(&p, sizeof(double), static_cast<uint64_t>(r.lowest_row),
-                                                    static_cast<uint64_t>(r.highest_row), static_cast<uint64_t>(r.lowest_col),
+                                                    static_cast<uint64_t>(r.highest_row),
+                                                        static_cast<uint64_t>(r.lowest_col),
                                                     static_cast<uint64_t>(r.highest_col)));
         const uintptr_t rows = reinterpret_cast<uintptr_t>(p);
         const double *next = nullptr;

@@ -19,8 +19,8 @@ namespace test {
 
 // ---- Memory ----
 
-// Counts blocks handed out and still live; can make allocations fail; never serves more than 4 GiB at once. Allocations are counted from
-// 1 after arm().
+// Counts blocks handed out and still live; can make allocations fail; never serves more than 4 GiB at once. Allocations are
+// counted from 1 after arm().
 namespace memory {
 int64_t live_blocks();
 sarko_mem_hooks hooks();                        // to install them again after other hooks
