@@ -30,10 +30,19 @@ public:
     Buffer &operator=(const Buffer &) = delete;
     ~Buffer() { sarko_mem_free(p_); }
 
-    // Zero-filled. At most one call per buffer.
+    // Zero-filled. At most one allocation per buffer.
     [[nodiscard]] sarko_error_t allocate(uint64_t count) {
         void *p = nullptr;
         const sarko_error_t e = sarko_mem_calloc(count, sizeof(T), &p);
+        p_ = static_cast<T *>(p);
+        return e;
+    }
+    // Contents undefined: for scratch whose first use is a write.
+    [[nodiscard]] sarko_error_t allocate_unset(uint64_t count) {
+        uint64_t bytes;
+        if (__builtin_mul_overflow(count, sizeof(T), &bytes)) return allocate(count); // which says so
+        void *p = nullptr;
+        const sarko_error_t e = sarko_mem_malloc(bytes, &p);
         p_ = static_cast<T *>(p);
         return e;
     }

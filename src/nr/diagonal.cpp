@@ -26,7 +26,7 @@ struct Rotation {
 };
 
 // The same for f and g whose squares lose digits or overflow.
-Rotation scaled_rotation(double f, double g, double a, double b, double h) {
+[[gnu::noinline, gnu::cold]] Rotation scaled_rotation(double f, double g, double a, double b, double h) {
     if (g == 0.0) return {1.0, 0.0, f, a, 0.0};
     const double larger = magnitude(f) > magnitude(g) ? magnitude(f) : magnitude(g);
     const double fs = f / larger;
@@ -39,7 +39,7 @@ Rotation scaled_rotation(double f, double g, double a, double b, double h) {
 
 // The rotation that takes (f, g) to (r, 0), with the two products that the next rotation waits for: they are formed before the
 // factor that is ready last, and the root and the quotient proceed side by side. A sweep is a chain of these latencies.
-Rotation rotation_to_zero(double f, double g, double a, double b, double h) {
+[[gnu::always_inline]] inline Rotation rotation_to_zero(double f, double g, double a, double b, double h) {
     const double square = f * f + g * g;
     if (!(square > 0x1p-960 && square < 0x1p960)) return scaled_rotation(f, g, a, b, h);
     const double root = __builtin_sqrt(square);
@@ -47,26 +47,52 @@ Rotation rotation_to_zero(double f, double g, double a, double b, double h) {
     return {f * inverse, g * inverse, root, (f * a + g * b) * inverse, (g * h) * inverse};
 }
 
-// Sweeps collected for one set of vectors: sweep q holds the rotations of rows j, j + 1 at cs[q ldcs + 2j].
+// Sweeps collected for one set of vectors.
+//
+// Row j of the vectors stands as scale(j) times what is stored, so that a rotation needs two products instead of four (W. M. Gentleman
+// 1973, fast rotations): with x and y stored under the scales alpha and beta,
+//     c alpha x + s beta y = c alpha (x + t y),   t = s beta / (c alpha)
+//     c beta y - s alpha x = c beta (y - u x),    u = s alpha / (c beta)
+// Each product is rounded relative to itself, also when c is small: only the scales need care. They shrink by c; a batch is applied
+// and the rows multiplied by their scales when one falls below `smallest_scale`. Sweeps with a c below `smallest_cosine`
+// (an exact 0 occurs in structured matrices) are applied in their plain form.
 class Batch {
 public:
-    Batch(uint64_t n, const Panel &rows, double *work) : rows_(rows), ldcs_(round_up(2 * n)), cs_(work) {}
+    Batch(uint64_t n, const Panel &rows, double *work)
+        : rows_(rows), stride_(round_up(2 * n)), scale_(work), cosine_(scale_ + round_up(n) + front),
+          sine_(cosine_ + round_up(n)), coefficients_(sine_ + round_up(n)) {
+        for (uint64_t j = 0; j < n; j++) scale_[j] = 1.0;
+    }
+    static uint64_t work(uint64_t n) { return 3 * round_up(n) + front + batch_sweeps * round_up(2 * n); }
 
-    // Room for the rotations of rows first .. last of the next sweep, (c, s) of rows j, j + 1 at [2j].
-    double *begin_sweep(uint64_t first, uint64_t last) {
-        if (count_ > 0 && (first > last_ || last < first_)) flush(); // another part of the matrix
-        double *cs = cs_ + count_ * ldcs_;
+    // Where a sweep puts the rotation of rows j, j + 1: element j.
+    double *cosine() { return cosine_; }
+    double *sine() { return sine_; }
+
+    // Takes the sweep over rows first .. last, first < last, that stands in cosine() and sine().
+    void add_sweep(uint64_t first, uint64_t last) {
+        if (smallest(cosine_, first, last) < smallest_cosine) {
+            apply();
+            apply_plain(first, last);
+            return;
+        }
+        if (count_ > 0 && (first > last_ || last < first_)) apply(); // another part of the matrix
         begin_[count_] = first;
         end_[count_] = last;
         if (count_ == 0 || first < first_) first_ = first;
         if (count_ == 0 || last > last_) last_ = last;
-        return cs;
-    }
-    void end_sweep() {
-        if (++count_ == batch_sweeps) flush();
+        scale_rotations(first, last, coefficients_ + count_ * stride_);
+        if (++count_ == batch_sweeps || smallest(scale_, first, last + 1) < smallest_scale) apply();
     }
 
-    void flush() {
+    // One rotation of any two rows, after all collected ones.
+    void rotate(uint64_t i, uint64_t j, double c, double s) {
+        apply();
+        simd::kernels().rotate(rows_.cols, c, s, rows_.row(i), rows_.row(j));
+    }
+
+    // Brings the vectors up to date.
+    void apply() {
         // Groups of sweeps that run together need one range: it is widened by rotations that do nothing.
         for (uint64_t q = 0; q < count_; q += ranks) {
             const uint64_t size = count_ - q < ranks ? count_ - q : ranks;
@@ -77,33 +103,74 @@ public:
                 if (end_[i] > last) last = end_[i];
             }
             for (uint64_t i = q; i < q + size; i++) {
-                fill(i, first, begin_[i]);
-                fill(i, end_[i], last);
+                double *tu = coefficients_ + i * stride_;
+                for (uint64_t j = first; j < begin_[i]; j++) tu[2 * j] = tu[2 * j + 1] = 0.0;
+                for (uint64_t j = end_[i]; j < last; j++) tu[2 * j] = tu[2 * j + 1] = 0.0;
             }
-            simd::kernels().rotate_sweeps(size, first, last, rows_.cols, cs_ + q * ldcs_, ldcs_, rows_.p, rows_.stride);
+            simd::kernels().rotate_scaled_sweeps(size, first, last, rows_.cols, coefficients_ + q * stride_, stride_,
+                                                 rows_.p, rows_.stride);
+        }
+        for (uint64_t j = first_; count_ > 0 && j <= last_; j++) {
+            simd::kernels().scale(rows_.cols, scale_[j], rows_.row(j), rows_.row(j));
+            scale_[j] = 1.0;
         }
         count_ = 0;
     }
 
-    // One rotation of any two rows, after all collected ones.
-    void rotate(uint64_t i, uint64_t j, double c, double s) {
-        flush();
-        simd::kernels().rotate(rows_.cols, c, s, rows_.row(i), rows_.row(j));
+private:
+    static constexpr uint64_t front = 8; // room in front of the cosines
+    static constexpr double smallest_cosine = 0x1p-60;
+    static constexpr double smallest_scale = 0x1p-200;
+
+    // min(1, |x(begin)|, ...). Eight running minima: a minimum does not depend on the order.
+    static double smallest(const double *x, uint64_t begin, uint64_t end) {
+        constexpr uint64_t lanes = 8;
+        double least[lanes] = {1, 1, 1, 1, 1, 1, 1, 1};
+        uint64_t j = begin;
+        for (; j + lanes <= end; j += lanes)
+            for (uint64_t lane = 0; lane < lanes; lane++) {
+                const double size = magnitude(x[j + lane]);
+                least[lane] = size < least[lane] ? size : least[lane];
+            }
+        for (; j < end; j++) least[0] = magnitude(x[j]) < least[0] ? magnitude(x[j]) : least[0];
+        for (uint64_t lane = 1; lane < lanes; lane++) least[0] = least[lane] < least[0] ? least[lane] : least[0];
+        return least[0];
     }
 
-private:
-    void fill(uint64_t sweep, uint64_t from, uint64_t to) {
-        for (uint64_t j = from; j < to; j++) {
-            cs_[sweep * ldcs_ + 2 * j] = 1.0;
-            cs_[sweep * ldcs_ + 2 * j + 1] = 0.0;
+    // t and u of the collected rotations, and the scales behind them. Row j is met as y by rotation j - 1, which leaves it under
+    // c(j-1) scale(j), and handed on by rotation j.
+    void scale_rotations(uint64_t first, uint64_t last, double *__restrict tu) {
+        *(cosine_ + first - 1) = 1.0; // there is room in front of the first element
+        double *__restrict scale = scale_;
+        const double *__restrict c = cosine_;
+        const double *__restrict s = sine_;
+        for (uint64_t j = first; j < last; j++) {
+            const double alpha = c[j - 1] * scale[j];
+            const double beta = scale[j + 1];
+            const double ratio = s[j] / (c[j] * (alpha * beta));
+            tu[2 * j] = ratio * beta * beta;
+            tu[2 * j + 1] = ratio * alpha * alpha;
         }
+        for (uint64_t j = first; j < last; j++) scale[j] = c[j - 1] * scale[j] * c[j];
+        scale[last] *= c[last - 1];
+    }
+
+    void apply_plain(uint64_t first, uint64_t last) {
+        for (uint64_t j = first; j < last; j++) {
+            coefficients_[2 * j] = cosine_[j];
+            coefficients_[2 * j + 1] = sine_[j];
+        }
+        simd::kernels().rotate_sweeps(1, first, last, rows_.cols, coefficients_, stride_, rows_.p, rows_.stride);
     }
 
     Panel rows_;
-    uint64_t ldcs_;
-    double *cs_;
+    uint64_t stride_;      // of the coefficients of a sweep
+    double *scale_;        // n
+    double *cosine_;       // n - 1, and room for one in front
+    double *sine_;         // n - 1
+    double *coefficients_; // batch_sweeps sweeps: t and u of rows j, j + 1 at 2j and 2j + 1
     uint64_t count_ = 0;
-    uint64_t first_ = 0, last_ = 0;                          // range of all collected sweeps
+    uint64_t first_ = 0, last_ = 0;                              // range of all collected sweeps
     uint64_t begin_[batch_sweeps] = {}, end_[batch_sweeps] = {}; // range of each
 };
 
@@ -131,8 +198,6 @@ double smaller_singular_value(double f, double g, double h) {
 
 // One sweep over the block l .. k, chasing the bulge from top to bottom.
 void sweep(uint64_t l, uint64_t k, double *d, double *e, Batch &left, Batch &right) {
-    double *left_cs = left.begin_sweep(l, k);
-    double *right_cs = right.begin_sweep(l, k);
     const double shift = smaller_singular_value(d[k - 1], e[k - 1], d[k]);
     double f = (magnitude(d[l]) - shift) * ((d[l] < 0.0 ? -1.0 : 1.0) + shift / d[l]);
     double g = e[l];
@@ -148,14 +213,14 @@ void sweep(uint64_t l, uint64_t k, double *d, double *e, Batch &left, Batch &rig
         if (i + 1 < k) e[i + 1] = q.c * beyond;
         f = q.c_a_s_b;
         g = q.s_h;
-        right_cs[2 * i] = p.c;
-        right_cs[2 * i + 1] = p.s;
-        left_cs[2 * i] = q.c;
-        left_cs[2 * i + 1] = q.s;
+        right.cosine()[i] = p.c;
+        right.sine()[i] = p.s;
+        left.cosine()[i] = q.c;
+        left.sine()[i] = q.s;
     }
     e[k - 1] = f;
-    left.end_sweep();
-    right.end_sweep();
+    left.add_sweep(l, k);
+    right.add_sweep(l, k);
 }
 
 // d[l-1] is negligible: rotates row l-1 with rows l .. k until e[l-1] is gone too.
@@ -206,7 +271,7 @@ bool diagonalise(uint64_t n, double *d, double *e, const Panel &Qt, const Panel 
     if (norm > DBL_MAX) return false;
     const double negligible = eps * norm;
     Batch left(n, Qt, work);
-    Batch right(n, Pt, work + batch_sweeps * round_up(2 * n));
+    Batch right(n, Pt, work + Batch::work(n));
     for (uint64_t k = n; k-- > 0;) { // d[k+1 ..] are singular values
         uint32_t sweeps = 0;
         for (;;) {
@@ -217,8 +282,8 @@ bool diagonalise(uint64_t n, double *d, double *e, const Panel &Qt, const Panel 
             sweep(l, k, d, e, left, right);
         }
     }
-    left.flush();
-    right.flush();
+    left.apply();
+    right.apply();
     for (uint64_t k = 0; k < n; k++) {
         if (!(d[k] < 0.0)) continue;
         d[k] = -d[k];
@@ -227,6 +292,6 @@ bool diagonalise(uint64_t n, double *d, double *e, const Panel &Qt, const Panel 
     return true;
 }
 
-uint64_t diagonal_work(uint64_t n) { return 2 * batch_sweeps * round_up(2 * n); }
+uint64_t diagonal_work(uint64_t n) { return 2 * Batch::work(n); }
 
 } // namespace sarvo::nr

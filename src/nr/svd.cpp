@@ -2,6 +2,7 @@
 #include <sarvo/nr.h>
 
 #include <float.h>
+#include <string.h>
 
 #include "bidiagonal.h"
 #include "core/fail.h"
@@ -46,18 +47,29 @@ sarko_error_t resolve_block(const sarvo_matrix *A, uint64_t first_row, uint64_t 
         "Requested number of columns is too small (%zu).", &block->cols);
 }
 
+// The largest |A(i,j)|, infinity when an entry is not finite. Eight running maxima: a maximum does not depend on the order.
 double largest_magnitude(const Block &block) {
-    double largest = 0.0;
-    bool finite = true;
+    constexpr uint64_t lanes = 8;
+    double largest[lanes] = {};
+    double spoiled[lanes] = {}; // x - x is 0 for finite x, else NaN
+    const auto take = [&](uint64_t lane, double x) {
+        const double size = x < 0.0 ? -x : x;
+        largest[lane] = size > largest[lane] ? size : largest[lane];
+        spoiled[lane] += x - x;
+    };
     for (uint64_t i = 0; i < block.rows; i++) {
         const double *row = block.row(i);
-        for (uint64_t j = 0; j < block.cols; j++) {
-            const double x = row[j] < 0.0 ? -row[j] : row[j];
-            finite = finite && x <= DBL_MAX;
-            largest = x > largest ? x : largest;
-        }
+        uint64_t j = 0;
+        for (; j + lanes <= block.cols; j += lanes)
+            for (uint64_t lane = 0; lane < lanes; lane++) take(lane, row[j + lane]);
+        for (; j < block.cols; j++) take(0, row[j]);
     }
-    return finite ? largest : __builtin_inf();
+    double result = 0.0;
+    for (uint64_t lane = 0; lane < lanes; lane++) {
+        if (!(spoiled[lane] == 0.0)) return __builtin_inf();
+        if (largest[lane] > result) result = largest[lane];
+    }
+    return result;
 }
 
 // Power of two that brings a largest entry near the ends of the exponent range to about 1, as two factors (each alone would
@@ -77,13 +89,17 @@ struct Scaling {
     double undo(double x) const { return x / second / first; }
 };
 
-// Copies the block, scaled, into the panel; transposed when the panel is.
+// Copies the block into the panel, transposed when the panel is, and scales it when that is needed.
 void fill_panel(const Block &block, const Scaling &scaling, bool transposed, const Panel &panel) {
     for (uint64_t i = 0; i < panel.rows; i++) {
         double *to = panel.row(i);
-        for (uint64_t j = 0; j < panel.cols; j++) to[j] = scaling.apply(transposed ? block.row(j)[i] : block.row(i)[j]);
+        if (transposed)
+            for (uint64_t j = 0; j < panel.cols; j++) to[j] = block.row(j)[i];
+        else memcpy(to, block.row(i), panel.cols * sizeof(double));
         for (uint64_t j = panel.cols; j < panel.stride; j++) to[j] = 0.0;
     }
+    if (scaling.first == 1.0 && scaling.second == 1.0) return;
+    for (uint64_t i = 0; i < panel.size(); i++) panel.p[i] = scaling.apply(panel.p[i]);
 }
 
 // Row j of the panel becomes column j of the matrix; columns for which the panel has no row become zero.
@@ -115,7 +131,7 @@ struct Work {
         const uint64_t diagonal = diagonal_work(narrow);
         const uint64_t shared = reduction > diagonal ? reduction : diagonal;
         if (sarko_error_t error =
-                storage.allocate(A.size() + left.size() + right.size() + 2 * values + shared + line))
+                storage.allocate_unset(A.size() + left.size() + right.size() + 2 * values + shared + line))
             return error;
         const uintptr_t address = reinterpret_cast<uintptr_t>(storage.get());
         const uintptr_t unit = line * sizeof(double);

@@ -21,6 +21,7 @@
                             const double *, const double *, double *);                                                 \
     void rotate(uint64_t, double, double, double *, double *);                                                         \
     void rotate_sweeps(uint64_t, uint64_t, uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);          \
+    void rotate_scaled_sweeps(uint64_t, uint64_t, uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);   \
     }
 
 SARVO_DECLARE_LEVEL(ref)

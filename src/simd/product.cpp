@@ -26,6 +26,7 @@ constexpr uint64_t block_k = 384;
 constexpr uint64_t block_m = 64;
 constexpr uint64_t block_n = 480;
 constexpr uint64_t few_panels = 2;
+constexpr uint64_t b_in_cache = 16384; // elements: 128 KiB
 
 constexpr uint64_t smaller(uint64_t x, uint64_t y) { return x < y ? x : y; }
 constexpr uint64_t round_up(uint64_t x, uint64_t unit) { return (x + unit - 1) / unit * unit; }
@@ -111,37 +112,56 @@ void plain_panel(uint64_t m, uint64_t columns, uint64_t kc, const Operand &a, co
     }
 }
 
-// All rows of c for one block of k and of columns. `start_fresh`: sums begin at +0 and zeros in a are left out.
-void column_block(uint64_t m, uint64_t nc, uint64_t kc, const Operand &a, const double *b, uint64_t ldb, bool fresh,
-                  bool skip_zeros, double *c, uint64_t ldc, double *work) {
-    double *packed_a = work;
-    double *packed_b = work + round_up(smaller(m, block_m), tile_rows) * kc;
-    bool plain[block_n / tile_columns + 1];
-    for (uint64_t j = 0; j < nc; j += tile_columns) {
-        const uint64_t columns = smaller(tile_columns, nc - j);
-        const bool finite = pack_b(kc, columns, b + j, ldb, packed_b + j * kc);
-        plain[j / tile_columns] = skip_zeros && !finite;
-        if (plain[j / tile_columns]) plain_panel(m, columns, kc, a, b + j, ldb, fresh, c + j, ldc);
+// One block of k and of columns, with b packed, and what its tiles need.
+struct Block {
+    uint64_t m, nc, kc;
+    Operand a;
+    bool fresh;
+    double *c;
+    uint64_t ldc;
+    double *packed_a, *packed_b;
+    bool plain[block_n / tile_columns + 1]; // panels that the plain loops have done
+};
+
+// The tile of rows i0 + i .. and columns j .., mc rows from i0 on being at hand: the first `unpacked` in a, the others packed.
+inline void one_tile(const Block &block, uint64_t i0, uint64_t mc, uint64_t unpacked, uint64_t i, uint64_t j) {
+    const uint64_t rows = smaller(tile_rows, mc - i);
+    const uint64_t columns = smaller(tile_columns, block.nc - j);
+    const double *a = block.packed_a + (i - unpacked) * block.kc;
+    const double *b = block.packed_b + j * block.kc;
+    double *c = block.c + (i0 + i) * block.ldc + j;
+    if (rows < tile_rows || columns < tile_columns)
+        edge_tile(block.kc, a, b, block.fresh, c, block.ldc, rows, columns);
+    else if (i < unpacked)
+        tile<false>(block.kc, block.a.p + (i0 + i) * block.a.row, block.a.row, b, block.fresh, c, block.ldc);
+    else tile<true>(block.kc, a, 1, b, block.fresh, c, block.ldc);
+}
+
+// All rows of c for one block of k and of columns.
+void column_block(Block &block, const double *b, uint64_t ldb, bool skip_zeros) {
+    const uint64_t kc = block.kc;
+    for (uint64_t j = 0; j < block.nc; j += tile_columns) {
+        const uint64_t columns = smaller(tile_columns, block.nc - j);
+        const bool finite = pack_b(kc, columns, b + j, ldb, block.packed_b + j * kc);
+        block.plain[j / tile_columns] = skip_zeros && !finite;
+        if (block.plain[j / tile_columns])
+            plain_panel(block.m, columns, kc, block.a, b + j, ldb, block.fresh, block.c + j, block.ldc);
     }
     // Rows that lie together and meet few panels are not worth packing, but for those of the last, partial tile.
-    const bool in_place = a.col == 1 && nc <= few_panels * tile_columns && nc % tile_columns == 0;
-    for (uint64_t i0 = 0; i0 < m; i0 += block_m) {
-        const uint64_t mc = smaller(block_m, m - i0);
+    const bool in_place = block.a.col == 1 && block.nc <= few_panels * tile_columns && block.nc % tile_columns == 0;
+    const bool small_b = kc * block.nc <= b_in_cache;
+    for (uint64_t i0 = 0; i0 < block.m; i0 += block_m) {
+        const uint64_t mc = smaller(block_m, block.m - i0);
         const uint64_t unpacked = in_place ? mc / tile_rows * tile_rows : 0;
-        pack_a(mc - unpacked, kc, {a.p + (i0 + unpacked) * a.row, a.row, a.col}, packed_a);
-        for (uint64_t j = 0; j < nc; j += tile_columns) {
-            if (plain[j / tile_columns]) continue;
-            const uint64_t columns = smaller(tile_columns, nc - j);
-            for (uint64_t i = 0; i < mc; i += tile_rows) {
-                const uint64_t rows = smaller(tile_rows, mc - i);
-                const double *panel = packed_a + (i - unpacked) * kc;
-                double *tile_c = c + (i0 + i) * ldc + j;
-                if (rows < tile_rows || columns < tile_columns)
-                    edge_tile(kc, panel, packed_b + j * kc, fresh, tile_c, ldc, rows, columns);
-                else if (i < unpacked)
-                    tile<false>(kc, a.p + (i0 + i) * a.row, a.row, packed_b + j * kc, fresh, tile_c, ldc);
-                else tile<true>(kc, panel, 1, packed_b + j * kc, fresh, tile_c, ldc);
-            }
+        pack_a(mc - unpacked, kc, {block.a.p + (i0 + unpacked) * block.a.row, block.a.row, block.a.col}, block.packed_a);
+        if (small_b) { // along the rows of c
+            for (uint64_t i = 0; i < mc; i += tile_rows)
+                for (uint64_t j = 0; j < block.nc; j += tile_columns)
+                    if (!block.plain[j / tile_columns]) one_tile(block, i0, mc, unpacked, i, j);
+        } else { // down a panel of b, which stays in the first-level cache
+            for (uint64_t j = 0; j < block.nc; j += tile_columns)
+                for (uint64_t i = 0; i < mc && !block.plain[j / tile_columns]; i += tile_rows)
+                    one_tile(block, i0, mc, unpacked, i, j);
         }
     }
 }
@@ -149,9 +169,19 @@ void column_block(uint64_t m, uint64_t nc, uint64_t kc, const Operand &a, const 
 void blocked(uint64_t m, uint64_t n, uint64_t k, const Operand &a, const double *b, uint64_t ldb, bool accumulate,
              double *c, uint64_t ldc, double *work) {
     for (uint64_t j0 = 0; j0 < n; j0 += block_n)
-        for (uint64_t l0 = 0; l0 < k; l0 += block_k)
-            column_block(m, smaller(block_n, n - j0), smaller(block_k, k - l0), {a.p + l0 * a.col, a.row, a.col},
-                         b + l0 * ldb + j0, ldb, !accumulate && l0 == 0, !accumulate, c + j0, ldc, work);
+        for (uint64_t l0 = 0; l0 < k; l0 += block_k) {
+            Block block;
+            block.m = m;
+            block.nc = smaller(block_n, n - j0);
+            block.kc = smaller(block_k, k - l0);
+            block.a = {a.p + l0 * a.col, a.row, a.col};
+            block.fresh = !accumulate && l0 == 0;
+            block.c = c + j0;
+            block.ldc = ldc;
+            block.packed_a = work;
+            block.packed_b = work + round_up(smaller(m, block_m), tile_rows) * block.kc;
+            column_block(block, b + l0 * ldb + j0, ldb, !accumulate);
+        }
 }
 
 } // namespace

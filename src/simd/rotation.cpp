@@ -27,20 +27,35 @@ template <int width> inline void store_row(double *p, const Row<width> &r) {
     for (int i = 0; i < width; i++) store(p + static_cast<uint64_t>(i) * lanes, r.v[i]);
 }
 
-// carried, entering -> leaving, carried
-template <int width> inline void rotate_row(const double *cs, Row<width> &carried, Row<width> &passing) {
-    const Vec c = broadcast(cs[0]);
-    const Vec s = broadcast(cs[1]);
-    for (int i = 0; i < width; i++) {
-        const Vec x = carried.v[i];
-        const Vec y = passing.v[i];
-        passing.v[i] = c * x + s * y;
-        carried.v[i] = c * y - s * x;
+// What a rotation does to the row carried along (x) and the row that it meets (y): x leaves, y is carried on.
+struct Plain { // c, s
+    template <int width> static inline void apply(const double *cs, Row<width> &carried, Row<width> &passing) {
+        const Vec c = broadcast(cs[0]);
+        const Vec s = broadcast(cs[1]);
+        for (int i = 0; i < width; i++) {
+            const Vec x = carried.v[i];
+            const Vec y = passing.v[i];
+            passing.v[i] = c * x + s * y;
+            carried.v[i] = c * y - s * x;
+        }
     }
-}
+};
+
+struct Scaled { // t, u
+    template <int width> static inline void apply(const double *tu, Row<width> &carried, Row<width> &passing) {
+        const Vec t = broadcast(tu[0]);
+        const Vec u = broadcast(tu[1]);
+        for (int i = 0; i < width; i++) {
+            const Vec x = carried.v[i];
+            const Vec y = passing.v[i];
+            passing.v[i] = x + t * y;
+            carried.v[i] = y - u * x;
+        }
+    }
+};
 
 // One strip: depth sweeps over rows first .. last. At the start and the end of the pipe only some sweeps have work.
-template <int depth, int width>
+template <class Rotation, int depth, int width>
 void strip(uint64_t first, uint64_t last, const double *cs, uint64_t ldcs, double *a, uint64_t lda) {
     constexpr uint64_t d = depth;
     Row<width> carried[depth];
@@ -53,8 +68,10 @@ void strip(uint64_t first, uint64_t last, const double *cs, uint64_t ldcs, doubl
         if (!draining) passing = load_row<width>(a + (first + t + 1) * lda);
         if (!filling && !draining) { // the steady state
             const double *rotation = cs + 2 * (first + t);
+            const uint64_t ahead = first + t + 5 < last ? first + t + 5 : last; // rows lie too far apart for the processor to guess
+            for (int i = 0; i < width; i++) __builtin_prefetch(a + ahead * lda + static_cast<uint64_t>(i) * lanes);
             for (int q = 0; q < depth; q++)
-                rotate_row<width>(rotation + static_cast<uint64_t>(q) * ldcs - 2 * q, carried[q], passing);
+                Rotation::template apply<width>(rotation + static_cast<uint64_t>(q) * ldcs - 2 * q, carried[q], passing);
             store_row<width>(a + (first + t + 1 - d) * lda, passing);
             continue;
         }
@@ -68,22 +85,37 @@ void strip(uint64_t first, uint64_t last, const double *cs, uint64_t ldcs, doubl
                 passing = carried[q];
                 continue;
             }
-            rotate_row<width>(cs + q * ldcs + 2 * (first + j), carried[q], passing);
+            Rotation::template apply<width>(cs + q * ldcs + 2 * (first + j), carried[q], passing);
             if (q + 1 == d) store_row<width>(a + (first + j) * lda, passing);
         }
     }
     store_row<width>(a + last * lda, carried[depth - 1]);
 }
 
-// The columns left over when n is no multiple of the strip.
+// The columns left over when n is no multiple of a vector: copied into one with idle lanes.
+template <class Rotation>
 void rotate_columns(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
                     double *a, uint64_t lda) {
     for (uint64_t q = 0; q < sweeps; q++)
-        for (uint64_t j = first; j < last; j++)
-            rotate(n, cs[q * ldcs + 2 * j], cs[q * ldcs + 2 * j + 1], a + j * lda, a + (j + 1) * lda);
+        for (uint64_t j = first; j < last; j++) {
+            double x[lanes] = {}, y[lanes] = {};
+            for (uint64_t i = 0; i < n; i++) {
+                x[i] = a[j * lda + i];
+                y[i] = a[(j + 1) * lda + i];
+            }
+            Row<1> carried = load_row<1>(x);
+            Row<1> passing = load_row<1>(y);
+            Rotation::template apply<1>(cs + q * ldcs + 2 * j, carried, passing);
+            store_row<1>(x, passing);
+            store_row<1>(y, carried);
+            for (uint64_t i = 0; i < n; i++) {
+                a[j * lda + i] = x[i];
+                a[(j + 1) * lda + i] = y[i];
+            }
+        }
 }
 
-template <int depth, int width>
+template <class Rotation, int depth, int width>
 void rotate_strips(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
                    double *a, uint64_t lda) {
     constexpr uint64_t strip_columns = static_cast<uint64_t>(width) * lanes;
@@ -91,15 +123,25 @@ void rotate_strips(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, c
     for (; column + strip_columns <= n; column += strip_columns) {
         uint64_t q = 0;
         for (; q + depth <= sweeps; q += depth)
-            strip<depth, width>(first, last, cs + q * ldcs, ldcs, a + column, lda);
-        for (; q < sweeps; q++) strip<1, width>(first, last, cs + q * ldcs, ldcs, a + column, lda);
+            strip<Rotation, depth, width>(first, last, cs + q * ldcs, ldcs, a + column, lda);
+        for (; q < sweeps; q++) strip<Rotation, 1, width>(first, last, cs + q * ldcs, ldcs, a + column, lda);
     }
     for (; column + lanes <= n; column += lanes) {
         uint64_t q = 0;
-        for (; q + depth <= sweeps; q += depth) strip<depth, 1>(first, last, cs + q * ldcs, ldcs, a + column, lda);
-        for (; q < sweeps; q++) strip<1, 1>(first, last, cs + q * ldcs, ldcs, a + column, lda);
+        for (; q + depth <= sweeps; q += depth)
+            strip<Rotation, depth, 1>(first, last, cs + q * ldcs, ldcs, a + column, lda);
+        for (; q < sweeps; q++) strip<Rotation, 1, 1>(first, last, cs + q * ldcs, ldcs, a + column, lda);
     }
-    rotate_columns(sweeps, first, last, n - column, cs, ldcs, a + column, lda);
+    if (column < n) rotate_columns<Rotation>(sweeps, first, last, n - column, cs, ldcs, a + column, lda);
+}
+
+template <class Rotation>
+void rotate_all(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs, double *a,
+                uint64_t lda) {
+    if (first >= last || sweeps == 0) return;
+    // Registers: depth * width carried, width passing, two coefficients, temporaries; 32 at v4, 16 below.
+    if constexpr (lanes == 8) rotate_strips<Rotation, 4, 4>(sweeps, first, last, n, cs, ldcs, a, lda);
+    else rotate_strips<Rotation, 4, 2>(sweeps, first, last, n, cs, ldcs, a, lda);
 }
 
 } // namespace
@@ -121,10 +163,12 @@ void rotate(uint64_t n, double c, double s, double *x, double *y) {
 
 void rotate_sweeps(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
                    double *a, uint64_t lda) {
-    if (first >= last || sweeps == 0) return;
-    // Registers: depth * width carried, width passing, two coefficients, temporaries; 32 at v4, 16 below.
-    if constexpr (lanes == 8) rotate_strips<4, 4>(sweeps, first, last, n, cs, ldcs, a, lda);
-    else rotate_strips<4, 2>(sweeps, first, last, n, cs, ldcs, a, lda);
+    rotate_all<Plain>(sweeps, first, last, n, cs, ldcs, a, lda);
+}
+
+void rotate_scaled_sweeps(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *tu, uint64_t ldtu,
+                          double *a, uint64_t lda) {
+    rotate_all<Scaled>(sweeps, first, last, n, tu, ldtu, a, lda);
 }
 
 } // namespace sarvo::simd::SARVO_SIMD_LEVEL

@@ -46,6 +46,9 @@ struct Kernels {
     // ascending, by c, s = cs[q ldcs + 2j], cs[q ldcs + 2j + 1]. n columns, leading dimension lda.
     void (*rotate_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
                           double *a, uint64_t lda);
+    // The same with rotations of rows that carry a scale apart: (x, y) becomes (x + t y, y - u x), t, u in place of c, s.
+    void (*rotate_scaled_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *tu,
+                                 uint64_t ldtu, double *a, uint64_t lda);
 };
 
 // The table for this processor.

@@ -20,6 +20,7 @@ constexpr Kernels table = {
     .update2_accumulate = update2_accumulate,
     .rotate = rotate,
     .rotate_sweeps = rotate_sweeps,
+    .rotate_scaled_sweeps = rotate_scaled_sweeps,
 };
 
 } // namespace sarvo::simd::SARVO_SIMD_LEVEL

@@ -224,6 +224,7 @@ TEST(Rotations, EveryLevelHasTheBitsOfTheLoops) {
                                          ".." + std::to_string(last) + " x " + std::to_string(n),
                                      [&](const Kernels &k, double *p) {
                                          k.rotate_sweeps(sweeps, first, last, n, cs.data(), ldcs, p, lda);
+                                         k.rotate_scaled_sweeps(sweeps, first, last, n, cs.data(), ldcs, p, lda);
                                      });
                 }
 }

@@ -18,4 +18,20 @@ void rotate_sweeps(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, c
             rotate(n, cs[q * ldcs + 2 * j], cs[q * ldcs + 2 * j + 1], a + j * lda, a + (j + 1) * lda);
 }
 
+void rotate_scaled_sweeps(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *tu, uint64_t ldtu,
+                          double *a, uint64_t lda) {
+    for (uint64_t q = 0; q < sweeps; q++)
+        for (uint64_t j = first; j < last; j++) {
+            const double t = tu[q * ldtu + 2 * j];
+            const double u = tu[q * ldtu + 2 * j + 1];
+            double *row = a + j * lda;
+            double *next = a + (j + 1) * lda;
+            for (uint64_t i = 0; i < n; i++) {
+                const double x = row[i];
+                row[i] = x + t * next[i];
+                next[i] = next[i] - u * x;
+            }
+        }
+}
+
 } // namespace sarvo::simd::ref
