@@ -137,7 +137,7 @@ SARVO_API void sarvo_nr_machar_float(int32_t *ibeta, int32_t *it, int32_t *irnd,
 
 /* base to the power exponent by repeated squaring, for base and exponent not negative.
  * Sentinels: -1 for 0 to the 0; -2 when a multiplication into the result would overflow; -3 when a squaring of the base would
- * (or the base became 0). Exponent 1 returns any base as it is; exponent 0 returns 1 for any other base than 0; base 0 gives 0
+ * (or the base became 0, or 1 under a negative exponent). Exponent 1 returns any base as it is; exponent 0 returns 1 for any other base than 0; base 0 gives 0
  * and base 1 gives 1 for every other exponent. Negative bases and exponents run into the same tests, which are signed: a
  * negative base gives -2 or -3 for exponents from 2 on; a negative exponent squares until a sentinel comes out. Products that
  * the tests let through wrap in two's complement. */

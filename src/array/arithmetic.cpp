@@ -12,7 +12,9 @@ namespace {
 template <class T> T *elements(const sarvo_vector &v) { return static_cast<T *>(v.data); }
 template <class T> T *elements(const sarvo_matrix &m) { return static_cast<T *>(m.data); }
 
-int32_t wrapping_sum(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)); }
+int32_t wrapping_sum(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
 
 // Products as the inner product forms them: two ints in 32 bits, wrapping; anything else in double.
 double product(int32_t a, int32_t b) {

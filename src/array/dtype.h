@@ -1,4 +1,4 @@
-// Data-type ids inside the library: which are valid, which have elements that can be computed with, and the two errors about them.
+// Data-type ids: which are valid, which have elements that can be computed with, and the two errors about them.
 #pragma once
 
 #include <sarvo/array.h>

@@ -33,6 +33,7 @@ template <class Int> Int power(Int base, Int exponent, Int max) {
         exponent = static_cast<Int>(exponent >> 1); // arithmetic: the sign stays
         if (exponent == 0) return result;
         if (base == 0 || base > max / base) return square_overflows; // a wrapped square may be 0
+        if (base == 1 && exponent < 0) return square_overflows;      // or 1, which would never overflow
         base = wrapping_product(base, base);
         if (exponent & 1) {
             if (base == 0) return square_overflows;

@@ -1,4 +1,4 @@
-// What an iteration computes from residuals and derivatives: chi square and the normal equations, and the work space for them.
+// What an iteration computes from residuals and derivatives: chi square, normal equations; and its work space.
 #pragma once
 
 #include <sarvo/lsq.h>

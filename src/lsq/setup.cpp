@@ -16,6 +16,14 @@ using namespace sarvo::lsq;
 
 namespace {
 
+// A matrix of just this shape: resizing would keep room for the columns of an earlier problem.
+sarko_error_t size_matrix(sarvo_matrix **m, uint64_t rows, uint64_t cols) {
+    if (*m && (*m)->rows == rows && (*m)->cols == cols) return 0;
+    sarvo_matrix_free(*m);
+    *m = nullptr;
+    return sarvo_matrix_alloc(m, SARVO_DOUBLE, 0, rows, cols);
+}
+
 sarko_error_t allocate(uint32_t npar, uint32_t ndata, sarvo_lsq *lsq) {
     if (!lsq) return fail(SarvoNullEC);
     lsq->flags &= ~static_cast<uint32_t>(SARVO_LSQ_ALLOCATED | SARVO_LSQ_INITIALISED);
@@ -24,12 +32,12 @@ sarko_error_t allocate(uint32_t npar, uint32_t ndata, sarvo_lsq *lsq) {
     if (lsq->model_kind != 1 || lsq->solver != 1 || lsq->method != 1) return fail(SarvoLsqInvalidSetupEC);
     const uint32_t as_doubles = SARVO_REALLOC_DTYPE;
     if (sarko_error_t e = sarvo_vector_realloc(&lsq->r, SARVO_DOUBLE, as_doubles, ndata)) return e;
-    if (sarko_error_t e = sarvo_matrix_realloc(&lsq->J, SARVO_DOUBLE, as_doubles, ndata, npar)) return e;
+    if (sarko_error_t e = size_matrix(&lsq->J, ndata, npar)) return e;
     if (!lsq->svd) {
         if (sarko_error_t e = sarvo_nr_svd_init(&lsq->svd)) return e;
     }
     lsq->svd->thresh = 0.0; // a threshold kept from one damped matrix would cut off the next
-    if (sarko_error_t e = sarvo_matrix_realloc(&lsq->alpha, SARVO_DOUBLE, as_doubles, npar, npar)) return e;
+    if (sarko_error_t e = size_matrix(&lsq->alpha, npar, npar)) return e;
     if (sarko_error_t e = sarvo_vector_realloc(&lsq->beta, SARVO_DOUBLE, as_doubles, npar)) return e;
     if (sarko_error_t e = sarvo_vector_realloc(&lsq->step, SARVO_DOUBLE, as_doubles, npar)) return e;
     lsq->flags |= SARVO_LSQ_ALLOCATED;

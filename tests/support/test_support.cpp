@@ -19,6 +19,9 @@ std::atomic<uint64_t> failing_call{0}; // 0: none
 std::atomic<bool> failing_on{false};
 std::atomic<bool> failed{false};
 
+// Larger requests fail as on a machine that has no more: whether the system would serve them differs.
+constexpr uint64_t largest_served = uint64_t{1} << 32;
+
 bool refuses() {
     const uint64_t call = ++calls;
     const uint64_t at = failing_call;
@@ -28,14 +31,16 @@ bool refuses() {
 }
 
 void *hook_alloc(uint64_t size, int32_t zeroed, void *) {
-    if (refuses()) return nullptr;
+    if (refuses() || size > largest_served) return nullptr;
     void *p = zeroed ? calloc(1, size) : malloc(size);
     if (p && !zeroed) memset(p, 0xA5, size); // unwritten memory shows
     if (p) live++;
     return p;
 }
 
-void *hook_resize(void *p, uint64_t size, void *) { return refuses() ? nullptr : realloc(p, size); }
+void *hook_resize(void *p, uint64_t size, void *) {
+    return refuses() || size > largest_served ? nullptr : realloc(p, size);
+}
 
 void hook_release(void *p, void *) {
     live--;
@@ -45,6 +50,8 @@ void hook_release(void *p, void *) {
 } // namespace
 
 int64_t live_blocks() { return live; }
+
+sarko_mem_hooks hooks() { return {hook_alloc, hook_resize, hook_release, nullptr}; }
 
 void arm(uint64_t fail_at, bool from_there_on) {
     calls = 0;
@@ -210,8 +217,7 @@ namespace {
 class LibraryEnvironment : public testing::Environment {
 public:
     void SetUp() override {
-        const sarko_mem_hooks hooks = {test::memory::hook_alloc, test::memory::hook_resize, test::memory::hook_release,
-                                       nullptr};
+        const sarko_mem_hooks hooks = test::memory::hooks();
         sarko_mem_set_hooks(&hooks);
         ASSERT_EQ(sarvo_initialize(), 0);
     }

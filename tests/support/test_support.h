@@ -19,9 +19,11 @@ namespace test {
 
 // ---- Memory ----
 
-// Counts blocks handed out and still live; can make allocations fail. Allocations are counted from 1 after arm().
+// Counts blocks handed out and still live; can make allocations fail; never serves more than 4 GiB at once. Allocations are
+// counted from 1 after arm().
 namespace memory {
 int64_t live_blocks();
+sarko_mem_hooks hooks();                        // to install them again after other hooks
 void arm(uint64_t fail_at, bool from_there_on); // the fail_at-th allocation fails: once, or it and all later ones
 bool disarm();                                  // true when an allocation was made to fail since arm()
 } // namespace memory

@@ -1,0 +1,2 @@
+// Sizes and field offsets of every public record, asserted by the C++ compiler.
+#include "abi_layout.h"

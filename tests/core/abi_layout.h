@@ -1,0 +1,89 @@
+/* The layout of the public records on platforms with 64-bit pointers: changing a line here breaks compiled callers. */
+#ifndef SARVO_TEST_ABI_LAYOUT_H
+#define SARVO_TEST_ABI_LAYOUT_H
+
+#include <stddef.h>
+
+#include <sarvo/lsq.h>
+
+#define SIZE(record, bytes) static_assert(sizeof(record) == (bytes), #record)
+#define FIELD(record, field, offset) static_assert(offsetof(record, field) == (offset), #record "." #field)
+
+SIZE(sarko_error_t, 8);
+SIZE(sarko_mem_hooks, 32);
+FIELD(sarko_mem_hooks, alloc, 0);
+FIELD(sarko_mem_hooks, resize, 8);
+FIELD(sarko_mem_hooks, release, 16);
+FIELD(sarko_mem_hooks, ctx, 24);
+
+SIZE(sarvo_vector, 32);
+FIELD(sarvo_vector, dtype, 0);
+FIELD(sarvo_vector, length, 8);
+FIELD(sarvo_vector, capacity, 16);
+FIELD(sarvo_vector, data, 24);
+
+SIZE(sarvo_matrix, 56);
+FIELD(sarvo_matrix, dtype, 0);
+FIELD(sarvo_matrix, rows, 8);
+FIELD(sarvo_matrix, cols, 16);
+FIELD(sarvo_matrix, max_rows, 24);
+FIELD(sarvo_matrix, max_cols, 32);
+FIELD(sarvo_matrix, row_ptrs, 40);
+FIELD(sarvo_matrix, data, 48);
+
+SIZE(sarvo_nr_svd, 96);
+FIELD(sarvo_nr_svd, done, 0);
+FIELD(sarvo_nr_svd, m, 8);
+FIELD(sarvo_nr_svd, n, 16);
+FIELD(sarvo_nr_svd, U, 24);
+FIELD(sarvo_nr_svd, V, 32);
+FIELD(sarvo_nr_svd, w, 40);
+FIELD(sarvo_nr_svd, wmax, 48);
+FIELD(sarvo_nr_svd, eps, 56);
+FIELD(sarvo_nr_svd, thresh, 64);
+FIELD(sarvo_nr_svd, maxiter, 72);
+FIELD(sarvo_nr_svd, rank, 76);
+FIELD(sarvo_nr_svd, nullity, 80);
+FIELD(sarvo_nr_svd, rcond, 88);
+
+SIZE(sarvo_lsq, 280);
+FIELD(sarvo_lsq, model_kind, 0);
+FIELD(sarvo_lsq, weight_kind, 4);
+FIELD(sarvo_lsq, method, 8);
+FIELD(sarvo_lsq, solver, 12);
+FIELD(sarvo_lsq, npar, 16);
+FIELD(sarvo_lsq, ndata, 20);
+FIELD(sarvo_lsq, flags, 24);
+FIELD(sarvo_lsq, tolx, 32);
+FIELD(sarvo_lsq, tolg, 40);
+FIELD(sarvo_lsq, max_tries, 48);
+FIELD(sarvo_lsq, lambda, 56);
+FIELD(sarvo_lsq, up_factor, 64);
+FIELD(sarvo_lsq, down_factor, 72);
+FIELD(sarvo_lsq, J, 80);
+FIELD(sarvo_lsq, alpha, 88);
+FIELD(sarvo_lsq, beta, 96);
+FIELD(sarvo_lsq, x, 104);
+FIELD(sarvo_lsq, step, 112);
+FIELD(sarvo_lsq, r, 120);
+FIELD(sarvo_lsq, weight_vector, 128);
+FIELD(sarvo_lsq, weight_matrix, 136);
+FIELD(sarvo_lsq, V, 144);
+FIELD(sarvo_lsq, w, 152);
+FIELD(sarvo_lsq, chisq, 160);
+FIELD(sarvo_lsq, chisq_trial, 168);
+FIELD(sarvo_lsq, step_max, 176);
+FIELD(sarvo_lsq, step_rms, 184);
+FIELD(sarvo_lsq, grad_max, 192);
+FIELD(sarvo_lsq, grad_rms, 200);
+FIELD(sarvo_lsq, gain, 208);
+FIELD(sarvo_lsq, nullity, 216);
+FIELD(sarvo_lsq, rcond, 224);
+FIELD(sarvo_lsq, tries, 232);
+FIELD(sarvo_lsq, user_data, 240);
+FIELD(sarvo_lsq, model, 248);
+FIELD(sarvo_lsq, restore, 256);
+FIELD(sarvo_lsq, progress, 264);
+FIELD(sarvo_lsq, svd, 272);
+
+#endif
