@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "core/fail.h"
+#include "shell_sort.h"
 #include "simd/simd.h"
 
 namespace sarvo::nr {
@@ -56,25 +57,6 @@ void multiply_by_V(const sarvo_nr_svd *svd, const double *T, uint64_t cols, sarv
 
 // ---- Order and signs ----
 
-// order(k) = the old place of the value that comes k-th in descending order.
-void shell_sort_descending(uint64_t n, double *w, uint64_t *order) {
-    uint64_t h = 1;
-    while (3 * h + 1 < n) h = 3 * h + 1;
-    for (; h > 0; h /= 3) {
-        for (uint64_t i = h; i < n; i++) {
-            const double value = w[i];
-            const uint64_t place = order[i];
-            uint64_t j = i;
-            for (; j >= h && w[j - h] < value; j -= h) {
-                w[j] = w[j - h];
-                order[j] = order[j - h];
-            }
-            w[j] = value;
-            order[j] = place;
-        }
-    }
-}
-
 // Column k becomes column order(k), row by row; counts the negative entries of each new column.
 void permute_columns(sarvo_matrix *M, const uint64_t *order, double *scratch, uint64_t *negatives) {
     for (uint64_t i = 0; i < M->rows; i++) {
@@ -102,7 +84,6 @@ sarko_error_t reorder(sarvo_nr_svd *svd) {
     if (sarko_error_t e = order.allocate(n)) return e;
     if (sarko_error_t e = negatives.allocate(n)) return e;
     if (sarko_error_t e = scratch.allocate(n)) return e;
-    for (uint64_t k = 0; k < n; k++) order[k] = k;
     shell_sort_descending(n, elements(svd->w), order.get());
     permute_columns(svd->U, order.get(), scratch.get(), negatives.get());
     permute_columns(svd->V, order.get(), scratch.get(), negatives.get());

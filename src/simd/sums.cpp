@@ -6,15 +6,15 @@ namespace sarvo::simd::SARVO_SIMD_LEVEL {
 namespace {
 
 // Dot products of `count` rows with x; the rows share the loads of x.
-template <int count> void dot_block(uint64_t n, const double *a, uint64_t lda, const double *x, double *out) {
+template <uint64_t count> void dot_block(uint64_t n, const double *a, uint64_t lda, const double *x, double *out) {
     Group sum[count] = {};
     uint64_t j = 0;
     for (; j + group <= n; j += group)
         for (uint64_t p = 0; p < parts; p++) {
             const Vec xj = load(x + j + p * lanes);
-            for (int r = 0; r < count; r++) sum[r].part[p] += load(a + r * lda + j + p * lanes) * xj;
+            for (uint64_t r = 0; r < count; r++) sum[r].part[p] += load(a + r * lda + j + p * lanes) * xj;
         }
-    for (int r = 0; r < count; r++) {
+    for (uint64_t r = 0; r < count; r++) {
         double s[group];
         for (uint64_t p = 0; p < parts; p++) store(s + p * lanes, sum[r].part[p]);
         for (uint64_t l = j; l < n; l++) s[l - j] += a[r * lda + l] * x[l];
@@ -23,11 +23,11 @@ template <int count> void dot_block(uint64_t n, const double *a, uint64_t lda, c
 }
 
 // One block of rows of update2_accumulate: y, v and z are read once for all of them.
-template <int count>
+template <uint64_t count>
 void update_block(uint64_t n, double *a, uint64_t lda, const double *u, const double *y, const double *x,
                   const double *v, const double *t, double *z) {
     Vec ur[count], xr[count], tr[count];
-    for (int r = 0; r < count; r++) {
+    for (uint64_t r = 0; r < count; r++) {
         ur[r] = broadcast(u[r]);
         xr[r] = broadcast(x[r]);
         tr[r] = broadcast(t[r]);
@@ -36,7 +36,7 @@ void update_block(uint64_t n, double *a, uint64_t lda, const double *u, const do
         const Vec yj = load(y + j);
         const Vec vj = load(v + j);
         Vec zj = load(z + j);
-        for (int r = 0; r < count; r++) {
+        for (uint64_t r = 0; r < count; r++) {
             const Vec aj = (load(a + r * lda + j) - ur[r] * yj) - xr[r] * vj;
             store(a + r * lda + j, aj);
             zj += tr[r] * aj;

@@ -137,7 +137,7 @@ TEST(Command, FullPrecisionReadsBackToTheSameBitsInBothMachineFormats) {
     const size_t place = csv.out.find("\nb1,") + 4;
     const double estimate = command::parse_number(csv.out.substr(place, csv.out.find(',', place) - place)).value_or(NAN);
     EXPECT_EQ(test::bits(estimate), test::bits(number_behind(json.out, "estimate")));
-    EXPECT_NEAR(estimate, 238.94212918, 1e-7);
+    EXPECT_NEAR(estimate, 238.94212918, 1e-7); // certified
     EXPECT_EQ(command::parse_number(command::shortest(estimate)), estimate);
     EXPECT_NE(csv.out.find("\nconverged,1,,\n"), std::string::npos);
     EXPECT_NE(csv.out.find("\ncorrelation b2 b1,-0.99"), std::string::npos) << csv.out;

@@ -15,12 +15,12 @@
 
 namespace {
 
-const std::string folder = SARVO_TEST_DATA "/nist/nonlinear/";
+const std::string folder = SARVO_SHARED_DATA "/nist/nonlinear/";
 
 struct Set {
     const char *name;
     nist::Value (*model)(const double *b, double x);
-    double digits[2]; // reached by the iteration from start 1 and 2; the bar is one digit below
+    double digits[2]; // reached by the iteration from start 1 and 2, measured once with another decomposition
 };
 
 // Figures of the stated iteration with exact derivatives, step tolerance 1e-11, gradient tolerance 0, no threshold.
@@ -150,6 +150,7 @@ Fit fit(Problem &problem, int start) {
 TEST(Nist, CertifiedParametersAndStandardDeviationsAreReachedFromBothStarts) {
     if (!std::ifstream(folder + "Misra1a.dat")) GTEST_SKIP() << "no data sets in " << folder;
     printf("%-10s %5s %10s %10s %10s\n", "set", "start", "iterations", "parameters", "deviations");
+    constexpr double flat = 7.5;
     double sum = 0;
     for (const Set &set : sets) {
         Problem problem = read(set);
@@ -159,12 +160,16 @@ TEST(Nist, CertifiedParametersAndStandardDeviationsAreReachedFromBothStarts) {
             const double parameters = digits(result.parameters, problem.certified);
             const double deviations = digits(result.deviations, problem.deviation);
             printf("%-10s %5d %10d %10.1f %10.1f\n", set.name, start + 1, result.iterations, parameters, deviations);
-            EXPECT_GE(parameters, std::max(4.0, set.digits[start] - 1)) << set.name << " from start " << start + 1;
-            EXPECT_GE(deviations, 4.0) << set.name << " from start " << start + 1;
+            // One digit below the figure, but at most flat: chi square cannot tell parameters apart beyond about half the digits of
+            // a double, so what a run gains above that before its last accepted step is luck of rounding.
+            EXPECT_GE(parameters, std::min(set.digits[start] - 1, flat)) << set.name << " from start " << start + 1;
+            EXPECT_GE(deviations, 6.0) << set.name << " from start " << start + 1;
             sum += parameters;
         }
     }
-    printf("mean of the parameters' digits: %.2f\n", sum / (2.0 * std::size(sets)));
+    const double mean = sum / (2.0 * std::size(sets));
+    printf("mean of the parameters' digits: %.2f\n", mean);
+    EXPECT_GE(mean, 9.0);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // checks in order.
 #include <sarvo/nr.h>
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <limits>
@@ -150,6 +151,68 @@ TEST(Decomposition, ReproducesEveryKindOfMatrixByOrthogonalFactors) {
                 worst = std::fmax(worst, std::fmax(q.residual, std::fmax(q.left, q.right)));
             }
     std::printf("worst ratio %.2Lf\n", worst);
+}
+
+// D B D, D from 1 to 1e-7, B well conditioned: the entries are graded over 14 decades, and every singular value is determined to a small
+// multiple of eps relative to itself. Reference: one-sided Jacobi in extended precision, which keeps
+// that accuracy on columns of any scale (Demmel and Veselic 1992).
+std::vector<long double> jacobi_values(uint64_t n, std::vector<long double> a) { // columns of a, ascending result
+    for (int sweep = 0; sweep < 60; sweep++) {
+        long double worst = 0;
+        for (uint64_t p = 0; p < n; p++)
+            for (uint64_t q = p + 1; q < n; q++) {
+                long double x = 0, y = 0, z = 0;
+                for (uint64_t i = 0; i < n; i++) {
+                    x += a[i * n + p] * a[i * n + p];
+                    y += a[i * n + q] * a[i * n + q];
+                    z += a[i * n + p] * a[i * n + q];
+                }
+                if (z == 0) continue;
+                worst = std::fmax(worst, std::fabs(z) / std::sqrt(x * y));
+                const long double zeta = (y - x) / (2 * z);
+                const long double t = (zeta < 0 ? -1 : 1) / (std::fabs(zeta) + std::sqrt(1 + zeta * zeta));
+                const long double c = 1 / std::sqrt(1 + t * t), s = c * t;
+                for (uint64_t i = 0; i < n; i++) {
+                    const long double ap = a[i * n + p], aq = a[i * n + q];
+                    a[i * n + p] = c * ap - s * aq;
+                    a[i * n + q] = s * ap + c * aq;
+                }
+            }
+        if (worst < 1e-18L) break;
+    }
+    std::vector<long double> w(n);
+    for (uint64_t j = 0; j < n; j++) {
+        for (uint64_t i = 0; i < n; i++) w[j] += a[i * n + j] * a[i * n + j];
+        w[j] = std::sqrt(w[j]);
+    }
+    std::sort(w.begin(), w.end());
+    return w;
+}
+
+TEST(Decomposition, KeepsSmallSingularValuesOfGradedMatricesInWhateverOrderTheyCome) {
+    const uint64_t n = 8;
+    for (uint64_t draw = 0; draw < 20; draw++)
+        for (const int order : {0, 1, 2}) { // shrinking, growing, shuffled
+            test::Random random(100 + draw);
+            std::vector<double> values = random_values(n * n, random);
+            for (uint64_t i = 0; i < n; i++) values[i * n + i] += 4.0;
+            const auto scale = [&](uint64_t i) {
+                const uint64_t place = order == 0 ? i : order == 1 ? n - 1 - i : (i * 5 + 3) % n;
+                return std::pow(10.0, -static_cast<double>(place));
+            };
+            for (uint64_t i = 0; i < n; i++)
+                for (uint64_t j = 0; j < n; j++) values[i * n + j] *= scale(i) * scale(j);
+            const Matrix A(n, n, values);
+            Svd s;
+            s.p->eps = 1e-18; // nothing counts as negligible too soon
+            test::expect_success(sarvo_nr_svd_decompose(A.p, 0, 0, 0, 0, s.p));
+            std::vector<double> w;
+            for (uint64_t k = 0; k < n; k++) w.push_back(s.w(k));
+            std::sort(w.begin(), w.end());
+            const auto known = jacobi_values(n, {values.begin(), values.end()});
+            for (uint64_t k = 0; k < n; k++)
+                EXPECT_NEAR(w[k] / static_cast<double>(known[k]), 1.0, 1e-11) << "order " << order << ", value " << k;
+        }
 }
 
 TEST(Decomposition, HasEqualBitsAtEveryLevel) {

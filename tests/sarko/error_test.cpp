@@ -83,7 +83,7 @@ TEST(Error, FormattedTextsOfAnyLength) {
     EXPECT_EQ(sarko_error_message(e), "18446744073709551615 -7 " + word);
     sarko_error_clear(e);
     const char *no_format = nullptr;
-    test::expect_error(sarko_error_createf_i(0, SarvoSizeEC, 0, 0, 0, 0, no_format), SarvoSizeEC, {"Incorrect size"});
+    test::expect_error(sarko_error_createf_i(0, SarvoSizeEC, 0, 0, 0, 0, no_format, 0), SarvoSizeEC, {"Incorrect size"});
 }
 
 TEST(Error, WrapKeepsCodeAndKindAndOwnsItsCause) {
@@ -229,14 +229,15 @@ TEST(OutOfMemory, FailingCreationReturnsAnErrorThatBehavesLikeAnyOther) {
 }
 
 TEST(Threads, EightThreadsCreateWrapAndClearWithoutLosingABlock) {
-    constexpr int thread_count = 8, cycles = 125000;
+    constexpr int cycles = 125000;
+    constexpr size_t thread_count = 8;
     const int64_t live = test::memory::live_blocks();
     std::vector<std::thread> threads;
-    std::vector<int> wrong(thread_count, 0);
-    for (int t = 0; t < thread_count; t++) {
+    std::vector<int> wrong(thread_count);
+    for (size_t t = 0; t < thread_count; t++) {
         threads.emplace_back([t, &wrong] {
             for (int i = 0; i < cycles; i++) {
-                sarko_error_t e = sarko_error_createf_i(0, SarvoSizeEC, 0, 0, 0, 0, "%d %d", t, i);
+                sarko_error_t e = sarko_error_createf_i(0, SarvoSizeEC, 0, 0, 0, 0, "%zu %d", t, i);
                 e = wrap(e, "outer");
                 const std::string text = std::to_string(t) + " " + std::to_string(i);
                 if (sarko_error_code(e) != SarvoSizeEC || text != sarko_error_message(sarko_error_cause(e))) wrong[t]++;

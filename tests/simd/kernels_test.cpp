@@ -215,8 +215,9 @@ TEST(Rotations, EveryLevelHasTheBitsOfTheLoops) {
     const std::vector<std::pair<uint64_t, uint64_t>> ranges = {{0, 0}, {0, 1}, {3, 5}, {0, 3}, {2, 6}, {1, 11}, {0, 11}};
     for (const uint64_t n : {0u, 1u, 8u, 15u, 31u, 33u, 70u})
         for (const uint64_t sweeps : {0u, 1u, 2u, 3u, 4u, 5u, 8u, 11u})
-            for (const auto &[first, last] : ranges)
+            for (const auto &range : ranges)
                 for (const bool special : {false, true}) {
+                    const uint64_t first = range.first, last = range.second;
                     const uint64_t lda = n + 1, ldcs = 2 * rows;
                     const auto cs = values(sweeps * ldcs, random, false);
                     expect_same_bits(values(rows * lda, random, special),

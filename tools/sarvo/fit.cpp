@@ -164,39 +164,76 @@ void iterate(const Problem &problem, sarvo_lsq &lsq, int limit,
     result.reason = "the limit of " + std::to_string(limit) + " iterations was reached";
 }
 
-// Standard errors and correlations from the singular values of the weighted Jacobian, columns scaled to length 1:
-// (J'W J)^-1 = D^-1 V w^-2 V' D^-1.
-void add_covariance(const sarvo_lsq &lsq, Problem &problem, double variance, FitResult &result) {
-    const size_t n = lsq.npar;
-    const Matrix J = make_matrix(lsq.ndata, n);
-    std::vector<double> length(n);
-    for (size_t i = 0; i < lsq.ndata; i++) {
-        problem.modelled(elements(lsq.x), i, row(J.get(), i));
-        const double root = elementary::sqrt(problem.weight(i));
-        for (size_t p = 0; p < n; p++) {
-            row(J.get(), i)[p] *= root;
-            length[p] += row(J.get(), i)[p] * row(J.get(), i)[p];
-        }
-    }
-    bool finite = true;
-    for (double &l : length) {
-        l = elementary::sqrt(l);
-        finite = finite && std::isfinite(l);
-    }
-    for (size_t i = 0; i < lsq.ndata; i++)
-        for (size_t p = 0; p < n; p++) row(J.get(), i)[p] /= length[p] > 0.0 ? length[p] : 1.0;
+// The weighted Jacobian at x, columns scaled to length 1, and its decomposition U diag(w) V'.
+struct Linearisation {
+    std::vector<double> length; // of the columns before they were scaled
+    Svd svd;                    // none when a derivative is not finite
 
+    Linearisation(Problem &problem, const std::vector<double> &x) : length(x.size()) {
+        const size_t rows = problem.observed.size();
+        const Matrix J = make_matrix(rows, x.size());
+        for (size_t i = 0; i < rows; i++) {
+            problem.modelled(x.data(), i, row(J.get(), i));
+            const double root = elementary::sqrt(problem.weight(i));
+            for (size_t p = 0; p < x.size(); p++) {
+                row(J.get(), i)[p] *= root;
+                length[p] += row(J.get(), i)[p] * row(J.get(), i)[p];
+            }
+        }
+        for (double &l : length) {
+            if (!std::isfinite(l)) return;
+            l = l > 0.0 ? elementary::sqrt(l) : 1.0;
+        }
+        for (size_t i = 0; i < rows; i++)
+            for (size_t p = 0; p < x.size(); p++) row(J.get(), i)[p] /= length[p];
+        svd = make_svd();
+        check(sarvo_nr_svd_decompose(J.get(), 0, 0, rows, x.size(), svd.get()));
+    }
+};
+
+double chi_square(Problem &problem, const std::vector<double> &x) {
+    double sum = 0.0;
+    for (size_t i = 0; i < problem.observed.size(); i++) {
+        const double r = problem.observed[i] - problem.modelled(x.data(), i, nullptr);
+        sum += problem.weight(i) * (r * r);
+    }
+    return sum;
+}
+
+// An undamped step from the minimum that the iteration found. Near it chi square is flat to its last bits and cannot lead any
+// further, while the step still gains digits: it is solved from the Jacobian itself, not from its square.
+void refine(Problem &problem, FitResult &result) {
+    const Linearisation at(problem, result.estimates);
+    if (!at.svd || at.svd->nullity > 0) return;
+    const Vector residuals = make_vector(problem.observed.size());
+    for (size_t i = 0; i < problem.observed.size(); i++)
+        elements(residuals.get())[i] = elementary::sqrt(problem.weight(i)) *
+                                       (problem.observed[i] - problem.modelled(result.estimates.data(), i, nullptr));
+    sarvo_vector *step = nullptr;
+    check(sarvo_nr_svd_vsolve(at.svd.get(), residuals.get(), &step));
+    const Vector owner(step);
+    std::vector<double> x = result.estimates;
+    for (size_t p = 0; p < x.size(); p++) x[p] += elements(step)[p] / at.length[p];
+    constexpr double flat = 1e-12; // chi square may differ by so much in its last bits
+    const double after = chi_square(problem, x);
+    if (!(after <= result.chi_square * (1.0 + flat))) return;
+    result.estimates = x;
+    result.chi_square = after;
+}
+
+// Standard errors and correlations: (J'W J)^-1 = D^-1 V w^-2 V' D^-1, D the lengths of the columns.
+void add_covariance(Problem &problem, double variance, FitResult &result) {
+    const size_t n = result.estimates.size();
+    const Linearisation at(problem, result.estimates);
     result.standard_errors.assign(n, std::numeric_limits<double>::quiet_NaN());
     result.correlation.assign(n, std::vector<double>(n, std::numeric_limits<double>::quiet_NaN()));
-    if (!finite) {
+    if (!at.svd) {
         result.warning = "the derivatives are not finite here: there are no standard errors";
         return;
     }
-    const Svd svd = make_svd();
-    check(sarvo_nr_svd_decompose(J.get(), 0, 0, lsq.ndata, n, svd.get()));
-    result.condition = 1.0 / svd->rcond;
-    if (svd->nullity > 0) {
-        result.warning = "the data do not determine all parameters (rank " + std::to_string(svd->rank) + " of " +
+    result.condition = 1.0 / at.svd->rcond;
+    if (at.svd->nullity > 0) {
+        result.warning = "the data do not determine all parameters (rank " + std::to_string(at.svd->rank) + " of " +
                          std::to_string(n) + "): there are no standard errors";
         return;
     }
@@ -204,11 +241,11 @@ void add_covariance(const sarvo_lsq &lsq, Problem &problem, double variance, Fit
     for (size_t a = 0; a < n; a++)
         for (size_t b = 0; b < n; b++)
             for (size_t k = 0; k < n; k++) {
-                const double w = elements(svd->w)[k];
-                inverse[a][b] += row(svd->V, a)[k] / w * (row(svd->V, b)[k] / w);
+                const double w = elements(at.svd->w)[k];
+                inverse[a][b] += row(at.svd->V, a)[k] / w * (row(at.svd->V, b)[k] / w);
             }
     for (size_t a = 0; a < n; a++) {
-        result.standard_errors[a] = elementary::sqrt(variance * inverse[a][a]) / length[a];
+        result.standard_errors[a] = elementary::sqrt(variance * inverse[a][a]) / at.length[a];
         for (size_t b = 0; b < n; b++)
             result.correlation[a][b] = a == b ? 1.0 : inverse[a][b] / elementary::sqrt(inverse[a][a] * inverse[b][b]);
     }
@@ -261,11 +298,12 @@ FitResult fit(const Table &table, const FitOptions &options,
         result.estimates.push_back(elements(lsq.x)[p]);
     }
     result.chi_square = lsq.chisq;
+    for (int step = 0; result.converged && step < 3; step++) refine(problem, result);
     add_statistics(problem, result);
     const double variance = options.known_variances ? 1.0
                             : result.residual_sd    ? *result.residual_sd * *result.residual_sd
                                                     : std::numeric_limits<double>::quiet_NaN();
-    add_covariance(lsq, problem, variance, result);
+    add_covariance(problem, variance, result);
     if (!options.known_variances && !result.residual_sd && result.warning.empty())
         result.warning = "as many parameters as rows: there are no standard errors";
     return result;
