@@ -101,7 +101,7 @@ sarko_error_t shift_vector(double shift, const sarvo_vector *x, sarvo_vector **o
 sarko_error_t multiply(const sarvo_matrix &a, const sarvo_matrix &b, sarvo_matrix **out) {
     const uint64_t m = a.rows, n = b.cols, k = a.cols;
     sarvo::Buffer<double> work;
-    if (sarko_error_t e = work.allocate(kernels().product_work(m, n, k))) return e;
+    if (sarko_error_t e = work.allocate_unset(kernels().product_work(m, n, k))) return e;
     if (sarko_error_t e = sarvo_matrix_realloc(out, SARVO_DOUBLE, SARVO_REALLOC_DTYPE, m, n)) return e;
     kernels().product(m, n, k, elements<double>(a), k, 1, elements<double>(b), n, elements<double>(**out), n, work.get());
     return 0;
