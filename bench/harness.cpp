@@ -16,9 +16,7 @@ extern "C" char *openblas_get_corename(void);
 namespace bench {
 namespace {
 
-double now() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
+double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 
 std::string processor() {
     std::ifstream info("/proc/cpuinfo");

@@ -1,4 +1,5 @@
-// The bench harness: candidates timed in interleaved rounds on one thread, medians with spread, and what the figures were taken on.
+// The bench harness: candidates timed in interleaved rounds on one thread, medians with spread, and what the figures
+// were taken on.
 #pragma once
 
 #include <functional>
@@ -14,7 +15,7 @@ struct Candidate {
 };
 
 struct Timing {
-    double median; // seconds
+    double median;    // seconds
     double low, high; // quartiles
 };
 
@@ -27,8 +28,8 @@ std::vector<Timing> interleave(const std::vector<Candidate> &candidates, int rou
 // "1.234 ms (1.21 .. 1.30)"
 std::string format(const Timing &t);
 
-// OpenBLAS falls back to its slowest kernels on processors that it does not know yet: restarts the program with the best kernels that this
-// processor can run, once, unless OPENBLAS_CORETYPE is set already.
+// OpenBLAS falls back to its slowest kernels on processors that it does not know yet: restarts the program with the
+// best kernels that this processor can run, once, unless OPENBLAS_CORETYPE is set already.
 void use_best_openblas_kernels(char **argv);
 
 } // namespace bench

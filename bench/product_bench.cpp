@@ -1,4 +1,5 @@
-// Products of square matrices (typed mm_mlt) beside OpenBLAS, and the share of what multiply-then-add allows on this processor.
+// Products of square matrices (typed mm_mlt) beside OpenBLAS, and the share of what multiply-then-add allows on this
+// processor.
 #include <cblas.h>
 
 #include <cmath>
@@ -23,13 +24,15 @@ bool run(int n, int rounds) {
         for (uint64_t i = 0; i < order * order; i++) static_cast<double *>(m->data)[i] = uniform(generator);
     std::vector<double> blas(order * order);
     bool right = true;
-    const auto t = bench::interleave(
-        {{"sarvo", {}, [&] { right = sarvo_mm_mlt(a, b, &c) == 0 && right; }},
-         {"dgemm", {}, [&] {
-              cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, n, n, n, 1.0, static_cast<double *>(a->data), n,
-                          static_cast<double *>(b->data), n, 0.0, blas.data(), n);
-          }}},
-        rounds);
+    const auto t = bench::interleave({{"sarvo", {}, [&] { right = sarvo_mm_mlt(a, b, &c) == 0 && right; }},
+                                      {"dgemm",
+                                       {},
+                                       [&] {
+                                           cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, n, n, n, 1.0,
+                                                       static_cast<double *>(a->data), n,
+                                                       static_cast<double *>(b->data), n, 0.0, blas.data(), n);
+                                       }}},
+                                     rounds);
     double worst = 0;
     for (uint64_t i = 0; i < order * order; i++)
         worst = std::max(worst, std::fabs(static_cast<double *>(c->data)[i] - blas[i]));
@@ -50,7 +53,8 @@ int main(int, char **argv) {
     bench::print_environment("OpenBLAS of Debian 12 (0.3.21), fused multiply-add");
     std::printf("%5s | sarvo | dgemm | ratio\n", "n");
     bool right = true;
-    for (const auto &[n, rounds] : {std::pair{16, 1001}, {64, 301}, {256, 101}, {512, 31}, {1024, 9}}) right = run(n, rounds) && right;
+    for (const auto &[n, rounds] : {std::pair{16, 1001}, {64, 301}, {256, 101}, {512, 31}, {1024, 9}})
+        right = run(n, rounds) && right;
     sarvo_terminate();
     return right ? 0 : 1;
 }

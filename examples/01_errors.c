@@ -1,4 +1,5 @@
-/* Lesson 1: errors are objects. Make one fail on purpose, look at it, report it, clear it; see memory hooks count blocks. */
+/* Lesson 1: errors are objects. Make one fail on purpose, look at it, report it, clear it; see memory hooks count
+ * blocks. */
 #include <stdio.h>
 #include <stdlib.h>
 

@@ -1,4 +1,5 @@
-/* Lesson 4: a weighted fit with a progress report and standard errors. y = x0 exp(-x1 t) + x2, counts with known variances. */
+/* Lesson 4: a weighted fit with a progress report and standard errors. y = x0 exp(-x1 t) + x2, counts with known
+ * variances. */
 #include <math.h>
 #include <stdio.h>
 

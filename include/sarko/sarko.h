@@ -1,13 +1,14 @@
 /* sarko: error objects, memory and time, the kernel library under libsarvo.
  *
  * Errors are objects. A fallible operation returns a handle: 0 is success, anything else is an error that the caller
- * owns and either returns upward (wrapped or not) or releases with sarko_error_clear. An error has a code (registered at
- * start-up, 0 = none), a kind, a message, and possibly a cause: the error that it wraps, which it owns.
+ * owns and either returns upward (wrapped or not) or releases with sarko_error_clear. An error has a code (registered
+ * at start-up, 0 = none), a kind, a message, and possibly a cause: the error that it wraps, which it owns.
  *
  * Memory comes from the system allocator or from hooks (sarko_mem_set_hooks). Whatever the allocation operations hand
  * out can be released with sarko_mem_free or with the system free.
  *
- * Threads: making, wrapping, reading and clearing errors, and all memory operations, are safe from any number of threads.
+ * Threads: making, wrapping, reading and clearing errors, and all memory operations, are safe from any number of
+ * threads.
  * sarko_initialize, sarko_terminate, sarko_error_register and the setters of hooks and handlers are for start-up and
  * shut-down: one thread, while no other uses the library.
  *
@@ -48,8 +49,8 @@ typedef uint64_t sarko_error_t; /* 0 = success, else an error object */
 SARKO_API int32_t sarko_initialize(void);
 
 /* Undoes one sarko_initialize; the last one forgets every registered code. Errors that are still held stay readable.
- * Without a matching sarko_initialize it does nothing. Always returns 0. May alternate with sarko_initialize any number of
- * times. */
+ * Without a matching sarko_initialize it does nothing. Always returns 0. May alternate with sarko_initialize any number
+ * of times. */
 SARKO_API sarko_error_t sarko_terminate(void);
 
 /* ---- Errors ---- */
@@ -69,8 +70,9 @@ SARKO_API sarko_error_t sarko_error_register(uint32_t *code, const char *message
 /* The message registered for `code`, null when there is none. */
 SARKO_API const char *sarko_error_code_message(uint32_t code);
 
-/* A new error of `kind` and `code`. The four context numbers are kept with the error and printed by the standard handler
- * when one of them is not 0. `text` (may be null) is copied; without it the registered message of the code is the error's message.
+/* A new error of `kind` and `code`. The four context numbers are kept with the error and printed by the standard
+ * handler when one of them is not 0. `text` (may be null) is copied; without it the registered message of the code is
+ * the error's message.
  * Never returns 0: when the object cannot be allocated, the result is the library's preallocated out-of-memory error
  * (kind SARKO_KIND_MEMORY, code 0, "Out of memory."), which may be read, wrapped and cleared like any other. */
 SARKO_API sarko_error_t sarko_error_create_i(int32_t kind, uint32_t code, uint64_t context1, uint64_t context2,
@@ -81,21 +83,23 @@ SARKO_API sarko_error_t sarko_error_createf_i(int32_t kind, uint32_t code, uint6
                                               uint64_t context3, uint64_t context4, const char *format, ...)
     SARKO_PRINTF(7, 8);
 
-/* A new error with message `text` (copied; null = the message of the wrapped error) that has the code and kind of `error`
- * and owns it as its cause. error = 0 gives 0. When the object cannot be allocated, `error` is cleared and the preallocated
- * out-of-memory error returned. */
+/* A new error with message `text` (copied; null = the message of the wrapped error) that has the code and kind of
+ * `error` and owns it as its cause. error = 0 gives 0. When the object cannot be allocated, `error` is cleared and the
+ * preallocated out-of-memory error returned. */
 SARKO_API sarko_error_t sarko_error_quick_wrap_i(uint64_t context1, uint64_t context2, uint64_t context3,
                                                  sarko_error_t error, const char *text);
 
-/* One error in place of a chain: the messages from the outermost to the root cause, joined by ": ", with the code and kind of
- * the outermost. Takes over `error`; an error without a cause is returned as it is, 0 gives 0. `context` is kept like the first
- * context number of sarko_error_create_i. When memory fails, `error` is cleared and the out-of-memory error returned. */
+/* One error in place of a chain: the messages from the outermost to the root cause, joined by ": ", with the code and
+ * kind of the outermost. Takes over `error`; an error without a cause is returned as it is, 0 gives 0. `context` is
+ * kept like the first context number of sarko_error_create_i. When memory fails, `error` is cleared and the
+ * out-of-memory error returned. */
 SARKO_API sarko_error_t sarko_error_compose_create(sarko_error_t error, uint64_t context);
 
 /* Properties of an error; of handle 0: code 0, kind 0, message "Success", no cause. The texts belong to the error. */
 SARKO_API uint32_t sarko_error_code(sarko_error_t error);
 SARKO_API int32_t sarko_error_kind(sarko_error_t error);
-SARKO_API const char *sarko_error_message(sarko_error_t error); /* own text, else the code's message, else "Unknown error" */
+SARKO_API const char *
+sarko_error_message(sarko_error_t error); /* own text, else the code's message, else "Unknown error" */
 SARKO_API sarko_error_t sarko_error_cause(sarko_error_t error); /* still owned by `error`; 0 = none */
 
 /* Releases an error with its whole chain of causes; 0 is allowed. Always returns 0. */
@@ -104,8 +108,8 @@ SARKO_API sarko_error_t sarko_error_clear(sarko_error_t error);
 /* A handler reports an error to a stream; it does not clear it. */
 typedef void (*sarko_error_handler)(sarko_error_t error, FILE *stream);
 
-/* Lets `handler` (null = sarko_error_stdhandler) report `error` to `stream`; 0 is not reported. Returns `error`, still the
- * caller's to clear. */
+/* Lets `handler` (null = sarko_error_stdhandler) report `error` to `stream`; 0 is not reported. Returns `error`, still
+ * the caller's to clear. */
 SARKO_API sarko_error_t sarko_error_handle(sarko_error_t error, sarko_error_handler handler, FILE *stream);
 
 /* The standard handler: one line for the error, one for each cause, outermost first:
@@ -123,12 +127,14 @@ SARKO_API void sarko_error_set_malfunction_handler(void (*handler)(sarko_error_t
 
 /* ---- Memory ----
  * All sizes in bytes. Errors of the allocating operations: kind SARKO_KIND_MEMORY, code 0,
- * "Cannot allocate %zu bytes." or, when a product of sizes overflows 64 bits, "Size of allocation overflows.". A null address:
+ * "Cannot allocate %zu bytes." or, when a product of sizes overflows 64 bits, "Size of allocation overflows.". A null
+ * address:
  * "Null pointer.". */
 
-/* Hooks that stand for the system allocator. `alloc` returns null on failure and zero-filled memory when `zeroed` is not 0;
- * `resize` follows realloc (p is never null, bytes never 0, p stays valid on failure). Blocks must be ones that the system free accepts,
- * aligned as malloc does. Hooks must not throw. */
+/* Hooks that stand for the system allocator. `alloc` returns null on failure and zero-filled memory when `zeroed` is
+ * not 0;
+ * `resize` follows realloc (p is never null, bytes never 0, p stays valid on failure). Blocks must be ones that the
+ * system free accepts, aligned as malloc does. Hooks must not throw. */
 typedef struct {
     void *(*alloc)(uint64_t bytes, int32_t zeroed, void *ctx);
     void *(*resize)(void *p, uint64_t bytes, void *ctx);
@@ -144,26 +150,30 @@ SARKO_API void sarko_mem_set_hooks(const sarko_mem_hooks *hooks);
 SARKO_API sarko_error_t sarko_mem_malloc(uint64_t bytes, void **p);
 SARKO_API sarko_error_t sarko_mem_calloc(uint64_t count, uint64_t size, void **p);
 
-/* Resizes the block at *p (null: allocates) to `bytes`, keeping contents up to the smaller size; 0 bytes release it and store
- * null. On failure *p and its block are unchanged. */
+/* Resizes the block at *p (null: allocates) to `bytes`, keeping contents up to the smaller size; 0 bytes release it and
+ * store null. On failure *p and its block are unchanged. */
 SARKO_API sarko_error_t sarko_mem_realloc(uint64_t bytes, void **p);
 
 /* Releases a block; null is allowed. */
 SARKO_API void sarko_mem_free(void *p);
 
-/* Copies `bytes` from source to destination; the two may overlap. Returns 0, or "Null pointer." when one is null and bytes is not 0. */
+/* Copies `bytes` from source to destination; the two may overlap. Returns 0, or "Null pointer." when one is null and
+ * bytes is not 0. */
 SARKO_API sarko_error_t sarko_mem_move(void *destination, const void *source, uint64_t bytes);
 
-/* Offset vector: stores in *p an address v such that v[lowest] .. v[highest] are the zero-filled elements of `size` bytes.
+/* Offset vector: stores in *p an address v such that v[lowest] .. v[highest] are the zero-filled elements of `size`
+ * bytes.
  * Bounds are taken modulo 2^64, so negative ones may be passed. highest = lowest - 1 is an empty vector.
- * Errors, in order: "Null pointer."; "Index range is empty." (highest below lowest - 1); the allocator's. *p is null then. */
+ * Errors, in order: "Null pointer."; "Index range is empty." (highest below lowest - 1); the allocator's. *p is null
+ * then. */
 SARKO_API sarko_error_t sarko_mem_vector_alloc(void **p, uint64_t size, uint64_t lowest, uint64_t highest);
 
 /* Releases an offset vector; the arguments are those of its allocation. Null is allowed. Always returns 0. */
 SARKO_API sarko_error_t sarko_mem_vector_free(void *p, uint64_t size, uint64_t lowest, uint64_t highest);
 
 /* Offset matrix: stores in *p an array m of row pointers such that m[i][j], lowest_row <= i <= highest_row,
- * lowest_col <= j <= highest_col, are zero-filled elements of `size` bytes, row after row in one block. Errors as above. */
+ * lowest_col <= j <= highest_col, are zero-filled elements of `size` bytes, row after row in one block. Errors as
+ * above. */
 SARKO_API sarko_error_t sarko_mem_matrix_alloc(void **p, uint64_t size, uint64_t lowest_row, uint64_t highest_row,
                                                uint64_t lowest_col, uint64_t highest_col);
 

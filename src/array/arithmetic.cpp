@@ -26,7 +26,8 @@ double product(double a, int32_t b) { return a * static_cast<double>(b); }
 
 // sum_k x(k) y(k), k ascending, one running sum from +0.
 template <class X, class Y>
-double inner_product(const sarvo_vector &x, const sarvo_vector &y, uint64_t x_offset, uint64_t y_offset, uint64_t count) {
+double inner_product(const sarvo_vector &x, const sarvo_vector &y, uint64_t x_offset, uint64_t y_offset,
+                     uint64_t count) {
     const X *xs = elements<X>(x) + x_offset;
     const Y *ys = elements<Y>(y) + y_offset;
     double sum = 0.0;
@@ -41,7 +42,8 @@ sarko_error_t check_operands(uint32_t x, uint32_t y) {
 }
 
 // How many products an inner product sums; false when the offsets or the count lie outside.
-bool count_products(const sarvo_vector &x, const sarvo_vector &y, uint64_t x_offset, uint64_t y_offset, uint64_t *count) {
+bool count_products(const sarvo_vector &x, const sarvo_vector &y, uint64_t x_offset, uint64_t y_offset,
+                    uint64_t *count) {
     if (x_offset > x.length || y_offset > y.length) return false;
     const uint64_t x_left = x.length - x_offset;
     const uint64_t y_left = y.length - y_offset;
@@ -103,7 +105,8 @@ sarko_error_t multiply(const sarvo_matrix &a, const sarvo_matrix &b, sarvo_matri
     sarvo::Buffer<double> work;
     if (sarko_error_t e = work.allocate_unset(kernels().product_work(m, n, k))) return e;
     if (sarko_error_t e = sarvo_matrix_realloc(out, SARVO_DOUBLE, SARVO_REALLOC_DTYPE, m, n)) return e;
-    kernels().product(m, n, k, elements<double>(a), k, 1, elements<double>(b), n, elements<double>(**out), n, work.get());
+    kernels().product(m, n, k, elements<double>(a), k, 1, elements<double>(b), n, elements<double>(**out), n,
+                      work.get());
     return 0;
 }
 
@@ -131,7 +134,8 @@ sarko_error_t sarvo_vv_add(const sarvo_vector *x, const sarvo_vector *y, sarvo_v
     if (sarko_error_t e = check_operands(x->dtype, y->dtype)) return e;
     const bool x_int = x->dtype == SARVO_INT32, y_int = y->dtype == SARVO_INT32;
     const uint32_t dtype = x_int && y_int ? SARVO_INT32 : SARVO_DOUBLE;
-    if ((*out == x || *out == y) && (*out)->dtype != dtype) return fail(SarvoInsituEC); // the resize would free an operand
+    if ((*out == x || *out == y) && (*out)->dtype != dtype)
+        return fail(SarvoInsituEC); // the resize would free an operand
     const uint64_t n = x->length;
     if (sarko_error_t e = sarvo_vector_realloc(out, dtype, SARVO_REALLOC_DTYPE, n)) return e;
 

@@ -55,8 +55,8 @@ sarko_error_t grow_block(sarvo_matrix &m, uint64_t max_rows, uint64_t max_cols) 
     return sarko_mem_realloc(bytes, &m.data);
 }
 
-// Moves the first `rows` rows from stride old_cols to stride cols inside the block; added columns become zero. Narrower rows
-// move from the first on, wider ones from the last, so that no row is overwritten before it moved.
+// Moves the first `rows` rows from stride old_cols to stride cols inside the block; added columns become zero. Narrower
+// rows move from the first on, wider ones from the last, so that no row is overwritten before it moved.
 void change_stride(const sarvo_matrix &m, uint64_t rows, uint64_t old_cols, uint64_t cols) {
     const uint64_t size = SarvoDtype[m.dtype];
     if (old_cols > cols) {
@@ -70,7 +70,8 @@ void change_stride(const sarvo_matrix &m, uint64_t rows, uint64_t old_cols, uint
 }
 
 // Makes *destination at least rows x cols of the source's dtype; one that is large enough and of that dtype is kept.
-sarko_error_t prepare_destination(const sarvo_matrix &source, uint64_t rows, uint64_t cols, sarvo_matrix **destination) {
+sarko_error_t prepare_destination(const sarvo_matrix &source, uint64_t rows, uint64_t cols,
+                                  sarvo_matrix **destination) {
     const sarvo_matrix *present = *destination;
     if (!present) return sarvo_matrix_alloc(destination, source.dtype, 0, rows, cols);
     if (present->dtype == source.dtype && present->rows >= rows && present->cols >= cols) return 0;

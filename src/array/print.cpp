@@ -6,7 +6,8 @@ namespace {
 constexpr uint64_t default_per_line = 5;
 
 // Prints `count` elements, a newline after each full line and after a last one that is not full.
-template <class T> void print_line(FILE *stream, const T *elements, uint64_t count, const char *format, uint64_t per_line) {
+template <class T>
+void print_line(FILE *stream, const T *elements, uint64_t count, const char *format, uint64_t per_line) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     for (uint64_t k = 0; k < count; k++) {

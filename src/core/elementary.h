@@ -1,5 +1,5 @@
-// Elementary functions: the one place where the library calls the platform's. Their bits depend on the platform until our own
-// correctly rounded ones stand here.
+// Elementary functions: the one place where the library calls the platform's. Their bits depend on the platform until
+// our own correctly rounded ones stand here.
 #pragma once
 
 #include <math.h>

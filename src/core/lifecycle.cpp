@@ -73,7 +73,7 @@ constexpr Registration registrations[] = {
 };
 
 // Element sizes of data-type ids 1..24; entry 0 marks the absence of a type.
-constexpr uint64_t dtype_sizes[SARVO_DTYPES] = {0, 1, 1, 2, 2, 4, 4, 8, 8, 8, 8,  1, 1,
+constexpr uint64_t dtype_sizes[SARVO_DTYPES] = {0, 1, 1, 2, 2, 4, 4, 8, 8,  8, 8,  1, 1,
                                                 2, 2, 4, 4, 8, 8, 4, 8, 16, 8, 16, 32};
 
 void measure_constants() {
@@ -86,8 +86,8 @@ void measure_constants() {
     SarvoDblSqrtXmax = __builtin_sqrt(SarvoDblXmax);
 
     sarvo_nr_machar_float(&SarvoFltIbeta, &SarvoFltIt, &SarvoFltIrnd, &SarvoFltNgrd, &SarvoFltMachep, &SarvoFltNegep,
-                          &SarvoFltIexp, &SarvoFltMinexp, &SarvoFltMaxexp, &SarvoFltEps, &SarvoFltEpsneg,
-                          &SarvoFltXmin, &SarvoFltXmax);
+                          &SarvoFltIexp, &SarvoFltMinexp, &SarvoFltMaxexp, &SarvoFltEps, &SarvoFltEpsneg, &SarvoFltXmin,
+                          &SarvoFltXmax);
     SarvoFltLnXmin = static_cast<float>(sarvo::elementary::log(static_cast<double>(SarvoFltXmin)));
     SarvoFltLnXmax = static_cast<float>(sarvo::elementary::log(static_cast<double>(SarvoFltXmax)));
     SarvoFltSqrtXmin = __builtin_sqrtf(SarvoFltXmin);

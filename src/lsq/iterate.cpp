@@ -1,4 +1,5 @@
-// The iteration: damped Gauss-Newton steps (Levenberg 1944, Marquardt 1963), their acceptance, and the convergence test.
+// The iteration: damped Gauss-Newton steps (Levenberg 1944, Marquardt 1963), their acceptance, and the convergence
+// test.
 #include <sarvo/lsq.h>
 
 #include "array/dtype.h"
@@ -64,8 +65,7 @@ double predicted_reduction(const sarvo_lsq &lsq) {
     const double *beta = elements(lsq.beta);
     const double *step = elements(lsq.step);
     double sum = 0.0;
-    for (uint64_t i = 0; i < lsq.npar; i++)
-        sum += step[i] * (lsq.lambda * alpha[i * lsq.npar + i] * step[i] + beta[i]);
+    for (uint64_t i = 0; i < lsq.npar; i++) sum += step[i] * (lsq.lambda * alpha[i * lsq.npar + i] * step[i] + beta[i]);
     return sum;
 }
 

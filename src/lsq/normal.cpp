@@ -1,4 +1,5 @@
-// Chi square, normal equations and work space of an iteration. Every sum ascends over the data, one running sum from +0.
+// Chi square, normal equations and work space of an iteration. Every sum ascends over the data, one running sum from
+// +0.
 #include "normal.h"
 
 #include <string.h>

@@ -2,12 +2,12 @@
 //
 // Step k makes the left reflector I - tau u u' from column k and the right one I - sigma v v' from row k:
 //     A := A - u y' - x v',   y = tau A'u,   x = sigma (A v - u (y'v))
-// The two rank-1 updates are held back and done in the pass of the next step that forms A'u: the matrix is read and written once
-// for the updates and A'u, and read once more for A v.
+// The two rank-1 updates are held back and done in the pass of the next step that forms A'u: the matrix is read and
+// written once for the updates and A'u, and read once more for A v.
 //
-// Reflectors are kept as rows of Qt and Pt, row i zero before its element i, until the reduction is done. Then they are applied to
-// the identity in blocks, last block first, as I - Y T Y' (Schreiber and Van Loan 1989). Everything stands transposed, so that
-// vectors are contiguous.
+// Reflectors are kept as rows of Qt and Pt, row i zero before its element i, until the reduction is done. Then they are
+// applied to the identity in blocks, last block first, as I - Y T Y' (Schreiber and Van Loan 1989). Everything stands
+// transposed, so that vectors are contiguous.
 #include "bidiagonal.h"
 
 #include <string.h>
@@ -41,8 +41,8 @@ private:
     double *p_;
 };
 
-// Turns x (n >= 1 elements) into the reflector u with u(0) = 1 and (I - tau u u') x = (beta, 0, ..., 0); returns tau. When x has
-// nothing behind its first element, tau = 0 and beta = x(0).
+// Turns x (n >= 1 elements) into the reflector u with u(0) = 1 and (I - tau u u') x = (beta, 0, ..., 0); returns tau.
+// When x has nothing behind its first element, tau = 0 and beta = x(0).
 double make_reflector(const simd::Kernels &kernel, uint64_t n, double *x, double *beta) {
     constexpr double smallest_safe = 0x1p-900; // a smaller sum of squares has lost digits
     constexpr double upscale = 0x1p500;
@@ -73,9 +73,9 @@ void reduce(const simd::Kernels &kernel, const Panel &A, const Panel &Qt, const 
             double *tau, double *sigma, Pieces pieces) {
     const uint64_t m = A.rows;
     const uint64_t n = A.cols;
-    double *x = pieces.take(m);         // by rows; like y zero until the first step has made it
-    double *y = pieces.take(A.stride);  // by columns
-    double *z = pieces.take(A.stride);  // by columns: A'u
+    double *x = pieces.take(m);        // by rows; like y zero until the first step has made it
+    double *y = pieces.take(A.stride); // by columns
+    double *z = pieces.take(A.stride); // by columns: A'u
     clear(x, m);
     clear(y, A.stride);
     const double *u_old = x;
@@ -105,7 +105,8 @@ void reduce(const simd::Kernels &kernel, const Panel &A, const Panel &Qt, const 
         sigma[k + 1] = make_reflector(kernel, n - k - 1, v + k + 1, e + k);
 
         // --- x = sigma (A v - u (y'v)) ---
-        // From the last rows to the first: the cache still holds the last ones, and the next step begins with the first ones.
+        // From the last rows to the first: the cache still holds the last ones, and the next step begins with the first
+        // ones.
         for (uint64_t end = m; end > k + 1;) {
             const uint64_t begin = end - smaller(end - (k + 1), chunk);
             kernel.dot8_rows(end - begin, width, A.row(begin) + from, A.stride, v + from, x + begin);
@@ -155,7 +156,8 @@ void triangular_factor(const simd::Kernels &kernel, const ReflectorBlock &b, uin
     }
 }
 
-// Replaces the n reflectors in the first rows of Xt by the columns of H_0 H_1 ... H_(n-1), one to a row, as many as Xt has rows.
+// Replaces the n reflectors in the first rows of Xt by the columns of H_0 H_1 ... H_(n-1), one to a row, as many as Xt
+// has rows.
 void expand_reflectors(const simd::Kernels &kernel, const Panel &Xt, uint64_t n, const double *tau, Pieces pieces) {
     ReflectorBlock b(Xt, pieces);
     for (uint64_t j = n; j < Xt.rows; j++) Xt.row(j)[j] = 1.0;
@@ -168,8 +170,7 @@ void expand_reflectors(const simd::Kernels &kernel, const Panel &Xt, uint64_t n,
         const uint64_t rows = Xt.rows - begin;
         memcpy(b.Y.p, Xt.row(begin), b.Y.rows * b.Y.stride * sizeof(double));
         for (uint64_t j = 0; j < width; j++)
-            for (uint64_t i = 0; i < block; i++)
-                b.Y_columns[j * block + i] = i < b.Y.rows ? b.Y.row(i)[from + j] : 0.0;
+            for (uint64_t i = 0; i < block; i++) b.Y_columns[j * block + i] = i < b.Y.rows ? b.Y.row(i)[from + j] : 0.0;
         for (uint64_t j = begin; j < end; j++) {
             clear(Xt.row(j), Xt.stride);
             Xt.row(j)[j] = 1.0;
@@ -187,9 +188,10 @@ void expand_reflectors(const simd::Kernels &kernel, const Panel &Xt, uint64_t n,
 }
 
 uint64_t expansion_work(const simd::Kernels &kernel, uint64_t rows, uint64_t stride) {
-    const uint64_t most = larger(rows, block);  // rows of any of the products
+    const uint64_t most = larger(rows, block);      // rows of any of the products
     const uint64_t longest = larger(stride, block); // their other sizes
-    const uint64_t product = larger(kernel.product_work(most, block, longest), kernel.product_work(most, longest, block));
+    const uint64_t product =
+        larger(kernel.product_work(most, block, longest), kernel.product_work(most, longest, block));
     return 2 * block * block + 2 * rows * block + 2 * stride * block + product;
 }
 

@@ -16,7 +16,8 @@ struct Panel {
     uint64_t size() const { return rows * stride; }
 };
 
-// Doubles in a row of a panel: padded to whole cache lines, an odd number of them, since rows a power of two apart evict each other.
+// Doubles in a row of a panel: padded to whole cache lines, an odd number of them, since rows a power of two apart
+// evict each other.
 constexpr uint64_t panel_stride(uint64_t cols) {
     const uint64_t lines = (cols + 7) / 8;
     return 8 * (lines | 1);

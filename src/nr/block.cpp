@@ -14,8 +14,8 @@ constexpr double graded = 256.0; // largest over smallest row or column from whi
 double magnitude(double x) { return x < 0.0 ? -x : x; }
 double larger(double x, double y) { return x > y ? x : y; }
 
-// max |row(j)|; raises each col_max(j) to |row(j)|. Adds x - x, which is 0 for finite x, else NaN, to *spoiled. Eight running maxima: a
-// maximum does not depend on the order.
+// max |row(j)|; raises each col_max(j) to |row(j)|. Adds x - x, which is 0 for finite x, else NaN, to *spoiled. Eight
+// running maxima: a maximum does not depend on the order.
 double measure_row(uint64_t n, const double *row, double *__restrict col_max, double *spoiled) {
     constexpr uint64_t lanes = 8;
     double largest[lanes] = {};

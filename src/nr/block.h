@@ -15,9 +15,9 @@ struct Block {
     const double *row(uint64_t i) const { return static_cast<const double *>(A->row_ptrs[first_row + i]) + first_col; }
 };
 
-// Order in which rows and columns enter the panel. Rows and columns of very different size come with the largest first: the
-// reduction then keeps small singular values of graded matrices, which it would lose beside growing rows (the elements it
-// adds up are then all larger than those they are added to). Others keep their order.
+// Order in which rows and columns enter the panel. Rows and columns of very different size come with the largest first:
+// the reduction then keeps small singular values of graded matrices, which it would lose beside growing rows (the
+// elements it adds up are then all larger than those they are added to). Others keep their order.
 class Arrangement {
 public:
     // Reads the block. Errors: the allocator's.
@@ -34,8 +34,8 @@ private:
     bool sorted_ = false;
 };
 
-// Power of two that brings a largest entry near the ends of the exponent range to about 1, as two factors (each alone would
-// leave the range for subnormal entries); both 1 elsewhere.
+// Power of two that brings a largest entry near the ends of the exponent range to about 1, as two factors (each alone
+// would leave the range for subnormal entries); both 1 elsewhere.
 struct Scaling {
     double first = 1.0;
     double second = 1.0;
@@ -49,8 +49,8 @@ struct Scaling {
 void fill_panel(const Block &block, const Arrangement &order, const Scaling &scaling, bool transposed,
                 const Panel &panel);
 
-// Row j of the panel becomes column j of the matrix, its element i row place(i) of it; columns for which the panel has no row
-// become zero. `by_rows`: places are those of the block's rows, else of its columns.
+// Row j of the panel becomes column j of the matrix, its element i row place(i) of it; columns for which the panel has
+// no row become zero. `by_rows`: places are those of the block's rows, else of its columns.
 void write_transposed(const Panel &panel, const Arrangement &order, bool by_rows, sarvo_matrix *matrix);
 
 } // namespace sarvo::nr

@@ -1,8 +1,8 @@
 // Golub and Kahan's implicitly shifted QR sweeps on a bidiagonal matrix (1965; Golub and Reinsch 1970).
 //
-// A sweep is a chain of 2 (k - l) rotations of scalars. Those of the vectors are held back: up to `batch_sweeps` sweeps are collected and
-// applied together to the rows of Qt and Pt, strip by strip (rotate_sweeps in simd.h), so that the vectors pass through the processor
-// once for several sweeps.
+// A sweep is a chain of 2 (k - l) rotations of scalars. Those of the vectors are held back: up to `batch_sweeps` sweeps
+// are collected and applied together to the rows of Qt and Pt, strip by strip (rotate_sweeps in simd.h), so that the
+// vectors pass through the processor once for several sweeps.
 #include "diagonal.h"
 
 #include <float.h>
@@ -19,7 +19,7 @@ double magnitude(double x) { return x < 0.0 ? -x : x; }
 constexpr uint64_t round_up(uint64_t x) { return (x + 7) & ~uint64_t{7}; }
 
 struct Rotation {
-    double c, s;    // c f + s g = r, c g - s f = 0
+    double c, s; // c f + s g = r, c g - s f = 0
     double r;
     double c_a_s_b; // c a + s b
     double s_h;     // s h
@@ -37,8 +37,9 @@ struct Rotation {
     return {c, s, larger * root, c * a + s * b, s * h};
 }
 
-// The rotation that takes (f, g) to (r, 0), with the two products that the next rotation waits for: they are formed before the
-// factor that is ready last, and the root and the quotient proceed side by side. A sweep is a chain of these latencies.
+// The rotation that takes (f, g) to (r, 0), with the two products that the next rotation waits for: they are formed
+// before the factor that is ready last, and the root and the quotient proceed side by side. A sweep is a chain of these
+// latencies.
 [[gnu::always_inline]] inline Rotation rotation_to_zero(double f, double g, double a, double b, double h) {
     const double square = f * f + g * g;
     if (!(square > 0x1p-960 && square < 0x1p960)) return scaled_rotation(f, g, a, b, h);
@@ -49,18 +50,22 @@ struct Rotation {
 
 // Sweeps collected for one set of vectors.
 //
-// Row j of the vectors stands as scale(j) times what is stored, so that a rotation needs two products instead of four (W. M. Gentleman
-// 1973, fast rotations): with x and y stored under the scales alpha and beta,
+// Row j of the vectors stands as scale(j) times what is stored, so that a rotation needs two products instead of four
+// (W. M. Gentleman 1973, fast rotations): with x and y stored under the scales alpha and beta,
 //     c alpha x + s beta y = c alpha (x + t y),   t = s beta / (c alpha)
 //     c beta y - s alpha x = c beta (y - u x),    u = s alpha / (c beta)
-// Each product is rounded relative to itself, also when c is small: only the scales need care. They shrink by c; a batch is applied
-// and the rows multiplied by their scales when one falls below `smallest_scale`. Sweeps with a c below `smallest_cosine`
-// (an exact 0 occurs in structured matrices) are applied in their plain form.
+// Each product is rounded relative to itself, also when c is small: only the scales need care. They shrink by c; a
+// batch is applied and the rows multiplied by their scales when one falls below `smallest_scale`. Sweeps with a c below
+// `smallest_cosine` (an exact 0 occurs in structured matrices) are applied in their plain form.
 class Batch {
 public:
     Batch(uint64_t n, const Panel &rows, double *work)
-        : rows_(rows), stride_(round_up(2 * n)), scale_(work), cosine_(scale_ + round_up(n) + front),
-          sine_(cosine_ + round_up(n)), coefficients_(sine_ + round_up(n)) {
+        : rows_(rows),
+          stride_(round_up(2 * n)),
+          scale_(work),
+          cosine_(scale_ + round_up(n) + front),
+          sine_(cosine_ + round_up(n)),
+          coefficients_(sine_ + round_up(n)) {
         for (uint64_t j = 0; j < n; j++) scale_[j] = 1.0;
     }
     static uint64_t work(uint64_t n) { return 3 * round_up(n) + front + batch_sweeps * round_up(2 * n); }
@@ -137,8 +142,8 @@ private:
         return least[0];
     }
 
-    // t and u of the collected rotations, and the scales behind them. Row j is met as y by rotation j - 1, which leaves it under
-    // c(j-1) scale(j), and handed on by rotation j.
+    // t and u of the collected rotations, and the scales behind them. Row j is met as y by rotation j - 1, which leaves
+    // it under c(j-1) scale(j), and handed on by rotation j.
     void scale_rotations(uint64_t first, uint64_t last, double *__restrict tu) {
         *(cosine_ + first - 1) = 1.0; // there is room in front of the first element
         double *__restrict scale = scale_;

@@ -5,8 +5,9 @@
 
 namespace sarvo::nr {
 
-// The bidiagonal matrix with diagonal d (n) and superdiagonal e (n - 1, room for n) becomes diagonal: d receives the singular values,
-// none negative, unsorted; e is used up. Rows of Qt (the first n) and Pt, as many columns as they have, are rotated along.
+// The bidiagonal matrix with diagonal d (n) and superdiagonal e (n - 1, room for n) becomes diagonal: d receives the
+// singular values, none negative, unsorted; e is used up. Rows of Qt (the first n) and Pt, as many columns as they
+// have, are rotated along.
 //   eps       elements of at most eps * max(|d_i| + |e_i|) count as zero
 //   max_sweeps  sweeps allowed for one value
 //   work      diagonal_work(n) doubles, aligned to 64 bytes

@@ -23,8 +23,8 @@ sarko_error_t resolve_range(uint64_t first, uint64_t requested, uint64_t availab
     return *count < 2 ? failf(SarvoNrSizeEC, too_small, *count) : 0;
 }
 
-sarko_error_t resolve_block(const sarvo_matrix *A, uint64_t first_row, uint64_t first_col, uint64_t rows,
-                            uint64_t cols, Block *block) {
+sarko_error_t resolve_block(const sarvo_matrix *A, uint64_t first_row, uint64_t first_col, uint64_t rows, uint64_t cols,
+                            Block *block) {
     *block = {A, first_row, first_col, 0, 0};
     if (sarko_error_t e = resolve_range(
             first_row, rows, A->rows,
@@ -37,8 +37,8 @@ sarko_error_t resolve_block(const sarvo_matrix *A, uint64_t first_row, uint64_t 
         "Requested number of columns is too small (%zu).", &block->cols);
 }
 
-// Work storage of one decomposition. A wide block is decomposed as its transpose: `tall` rows, `narrow` columns, and a full
-// square of left vectors, since they are the columns of V then.
+// Work storage of one decomposition. A wide block is decomposed as its transpose: `tall` rows, `narrow` columns, and a
+// full square of left vectors, since they are the columns of V then.
 struct Work {
     Buffer<double> storage;
     Panel A, left, right;

@@ -1,4 +1,5 @@
-// What follows from a singular value decomposition: order, pseudo-inverse, solves, bases of the range and the null space.
+// What follows from a singular value decomposition: order, pseudo-inverse, solves, bases of the range and the null
+// space.
 #include <sarvo/nr.h>
 
 #include <string.h>
@@ -52,7 +53,8 @@ void divide_by_singular_value(const sarvo_nr_svd *svd, uint64_t j, double *t, ui
 // The leading n x cols block of X := V T, each element one running sum over j ascending. `work` as for product_add.
 void multiply_by_V(const sarvo_nr_svd *svd, const double *T, uint64_t cols, sarvo_matrix *X, double *work) {
     for (uint64_t i = 0; i < svd->n; i++) memset(row(X, i), 0, cols * sizeof(double));
-    simd::kernels().product_add(svd->n, cols, svd->n, row(svd->V, 0), svd->V->cols, 1, T, cols, row(X, 0), X->cols, work);
+    simd::kernels().product_add(svd->n, cols, svd->n, row(svd->V, 0), svd->V->cols, 1, T, cols, row(X, 0), X->cols,
+                                work);
 }
 
 // ---- Order and signs ----

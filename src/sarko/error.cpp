@@ -25,7 +25,8 @@ struct Error {
     const char *message; // own text, stored behind the object, or the registered message, or null
 };
 
-// Stands for any error that could not be allocated. Shared and never written, hence safe to "clear" any number of times.
+// Stands for any error that could not be allocated. Shared and never written, hence safe to "clear" any number of
+// times.
 constexpr Error out_of_memory_error = {SARKO_KIND_MEMORY, 0, {0, 0, 0, 0}, nullptr, "Out of memory."};
 
 sarko_error_t to_handle(const Error *e) { return static_cast<sarko_error_t>(reinterpret_cast<uintptr_t>(e)); }

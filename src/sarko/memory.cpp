@@ -19,7 +19,8 @@ constexpr uint64_t largest_block = INT64_MAX; // no allocator can serve more; so
 constexpr uint64_t block_alignment = 16;      // what malloc promises on every supported platform
 
 sarko_error_t out_of_memory(uint64_t bytes) {
-    return sarko_error_createf_i(SARKO_KIND_MEMORY, 0, 0, 0, 0, 0, "Cannot allocate %zu bytes.", static_cast<size_t>(bytes));
+    return sarko_error_createf_i(SARKO_KIND_MEMORY, 0, 0, 0, 0, 0, "Cannot allocate %zu bytes.",
+                                 static_cast<size_t>(bytes));
 }
 
 sarko_error_t overflow() {
@@ -28,9 +29,7 @@ sarko_error_t overflow() {
 
 sarko_error_t null_pointer() { return sarko_error_create_i(SARKO_KIND_ERROR, 0, 0, 0, 0, 0, "Null pointer."); }
 
-sarko_error_t empty_range() {
-    return sarko_error_create_i(SARKO_KIND_ERROR, 0, 0, 0, 0, 0, "Index range is empty.");
-}
+sarko_error_t empty_range() { return sarko_error_create_i(SARKO_KIND_ERROR, 0, 0, 0, 0, 0, "Index range is empty."); }
 
 sarko_error_t allocate(uint64_t bytes, bool zeroed, void **p) {
     *p = nullptr;

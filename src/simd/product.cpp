@@ -1,15 +1,20 @@
 // Matrix products: packed panels, register tiles whose running sums are kept from the first term to the last.
 //
-//          n                      b is packed in panels of tile_columns columns, element (l, j) of a panel at l * tile_columns + j;
-//        +---+---+---+            a in panels of tile_rows rows, element (i, l) of a panel at l * tile_rows + i. Both are padded with
+//          n                      b is packed in panels of tile_columns columns, element (l, j) of a panel at l *
+//          tile_columns + j;
+//        +---+---+---+            a in panels of tile_rows rows, element (i, l) of a panel at l * tile_rows + i. Both
+//        are padded with
 //      k | b | b | b |            zeros, so that every tile is whole; only its valid part reaches c.
 //        +---+---+---+
-//   +--+ +---+---+---+            Blocks of k come in ascending order and a tile takes up c where the block before left it: each
-// m |a | | c |   |   |            element of c sees its terms l = 0, 1, 2, ... one after the other, as the plain loops add them.
+//   +--+ +---+---+---+            Blocks of k come in ascending order and a tile takes up c where the block before left
+//   it: each
+// m |a | | c |   |   |            element of c sees its terms l = 0, 1, 2, ... one after the other, as the plain loops
+// add them.
 //   +--+ +---+---+---+
 //
-// Terms with a zero in a are added here although the plain product leaves them out: they are +0 or -0 and a running sum that
-// began with +0 is never -0, so they change nothing as long as b is finite. Panels of b with an infinity or NaN take the plain loops.
+// Terms with a zero in a are added here although the plain product leaves them out: they are +0 or -0 and a running sum
+// that began with +0 is never -0, so they change nothing as long as b is finite. Panels of b with an infinity or NaN
+// take the plain loops.
 #include "levels.h"
 #include "vec.h"
 
@@ -21,7 +26,8 @@ constexpr uint64_t tile_rows = lanes == 8 ? 8 : 4;
 constexpr uint64_t tile_vectors = lanes == 8 ? 3 : 2;
 constexpr uint64_t tile_columns = tile_vectors * lanes;
 
-// Block sizes in elements: the a block stays in the second-level cache, a b panel in the first (measured best near k = 384).
+// Block sizes in elements: the a block stays in the second-level cache, a b panel in the first (measured best near k =
+// 384).
 constexpr uint64_t block_k = 384;
 constexpr uint64_t block_m = 64;
 constexpr uint64_t block_n = 480;
@@ -68,8 +74,8 @@ bool pack_b(uint64_t kc, uint64_t valid, const double *b, uint64_t ldb, double *
     return sum == 0.0;
 }
 
-// c tile = (fresh ? 0 : c tile) + a panel * b panel. Whole tile, row stride ldc. The a panel is packed (row stride 1, column
-// stride tile_rows, both known to the compiler), or stands where it is with contiguous rows.
+// c tile = (fresh ? 0 : c tile) + a panel * b panel. Whole tile, row stride ldc. The a panel is packed (row stride 1,
+// column stride tile_rows, both known to the compiler), or stands where it is with contiguous rows.
 template <bool packed>
 void tile(uint64_t kc, const double *a, uint64_t a_row, const double *b, bool fresh, double *c, uint64_t ldc) {
     constexpr uint64_t a_step = packed ? tile_rows : 1;
@@ -123,15 +129,15 @@ struct Block {
     bool plain[block_n / tile_columns + 1]; // panels that the plain loops have done
 };
 
-// The tile of rows i0 + i .. and columns j .., mc rows from i0 on being at hand: the first `unpacked` in a, the others packed.
+// The tile of rows i0 + i .. and columns j .., mc rows from i0 on being at hand: the first `unpacked` in a, the others
+// packed.
 inline void one_tile(const Block &block, uint64_t i0, uint64_t mc, uint64_t unpacked, uint64_t i, uint64_t j) {
     const uint64_t rows = smaller(tile_rows, mc - i);
     const uint64_t columns = smaller(tile_columns, block.nc - j);
     const double *a = block.packed_a + (i - unpacked) * block.kc;
     const double *b = block.packed_b + j * block.kc;
     double *c = block.c + (i0 + i) * block.ldc + j;
-    if (rows < tile_rows || columns < tile_columns)
-        edge_tile(block.kc, a, b, block.fresh, c, block.ldc, rows, columns);
+    if (rows < tile_rows || columns < tile_columns) edge_tile(block.kc, a, b, block.fresh, c, block.ldc, rows, columns);
     else if (i < unpacked)
         tile<false>(block.kc, block.a.p + (i0 + i) * block.a.row, block.a.row, b, block.fresh, c, block.ldc);
     else tile<true>(block.kc, a, 1, b, block.fresh, c, block.ldc);
@@ -153,7 +159,8 @@ void column_block(Block &block, const double *b, uint64_t ldb, bool skip_zeros) 
     for (uint64_t i0 = 0; i0 < block.m; i0 += block_m) {
         const uint64_t mc = smaller(block_m, block.m - i0);
         const uint64_t unpacked = in_place ? mc / tile_rows * tile_rows : 0;
-        pack_a(mc - unpacked, kc, {block.a.p + (i0 + unpacked) * block.a.row, block.a.row, block.a.col}, block.packed_a);
+        pack_a(mc - unpacked, kc, {block.a.p + (i0 + unpacked) * block.a.row, block.a.row, block.a.col},
+               block.packed_a);
         if (small_b) { // along the rows of c
             for (uint64_t i = 0; i < mc; i += tile_rows)
                 for (uint64_t j = 0; j < block.nc; j += tile_columns)

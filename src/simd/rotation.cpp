@@ -1,8 +1,8 @@
 // Rotations of matrix rows: single ones, and batches of sweeps applied to strips of columns.
 //
-// In a batch `depth` sweeps run one behind the other through a strip of `width` vectors: at time t sweep q makes its rotation
-// j = t - q. It takes row j + 1 as sweep q - 1 has just left it, hands row j on to sweep q + 1, and carries the rotated row j + 1
-// in registers to its next rotation:
+// In a batch `depth` sweeps run one behind the other through a strip of `width` vectors: at time t sweep q makes its
+// rotation j = t - q. It takes row j + 1 as sweep q - 1 has just left it, hands row j on to sweep q + 1, and carries
+// the rotated row j + 1 in registers to its next rotation:
 //
 //     row t + 1 from memory -> [sweep 0, j = t] -> [sweep 1, j = t - 1] -> ... -> row t + 1 - depth to memory
 //
@@ -13,9 +13,7 @@
 namespace sarvo::simd::SARVO_SIMD_LEVEL {
 namespace {
 
-template <int width> struct Row {
-    Vec v[width];
-};
+template <int width> struct Row { Vec v[width]; };
 
 template <int width> inline Row<width> load_row(const double *p) {
     Row<width> r;
@@ -68,10 +66,12 @@ void strip(uint64_t first, uint64_t last, const double *cs, uint64_t ldcs, doubl
         if (!draining) passing = load_row<width>(a + (first + t + 1) * lda);
         if (!filling && !draining) { // the steady state
             const double *rotation = cs + 2 * (first + t);
-            const uint64_t ahead = first + t + 5 < last ? first + t + 5 : last; // rows lie too far apart for the processor to guess
+            const uint64_t ahead =
+                first + t + 5 < last ? first + t + 5 : last; // rows lie too far apart for the processor to guess
             for (int i = 0; i < width; i++) __builtin_prefetch(a + ahead * lda + static_cast<uint64_t>(i) * lanes);
             for (int q = 0; q < depth; q++)
-                Rotation::template apply<width>(rotation + static_cast<uint64_t>(q) * ldcs - 2 * q, carried[q], passing);
+                Rotation::template apply<width>(rotation + static_cast<uint64_t>(q) * ldcs - 2 * q, carried[q],
+                                                passing);
             store_row<width>(a + (first + t + 1 - d) * lda, passing);
             continue;
         }

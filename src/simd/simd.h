@@ -1,7 +1,8 @@
 // The table of vector kernels: one contract per slot, filled once for the processor that runs.
 //
-// Each kernel gives the bits of its literal loop in ref/, at every level. Counts may be 0. Strides and leading dimensions are in
-// elements. Pointers need the alignment of double only. Operands must not overlap unless said otherwise.
+// Each kernel gives the bits of its literal loop in ref/, at every level. Counts may be 0. Strides and leading
+// dimensions are in elements. Pointers need the alignment of double only. Operands must not overlap unless said
+// otherwise.
 #pragma once
 
 #include <stdint.h>
@@ -42,11 +43,12 @@ struct Kernels {
 
     // ---- Rotations: (x, y) becomes (c x + s y, c y - s x) ----
     void (*rotate)(uint64_t n, double c, double s, double *x, double *y);
-    // `sweeps` sweeps of rotations on the rows of a, one after the other. Sweep q rotates rows j and j+1, j = first .. last-1
-    // ascending, by c, s = cs[q ldcs + 2j], cs[q ldcs + 2j + 1]. n columns, leading dimension lda.
+    // `sweeps` sweeps of rotations on the rows of a, one after the other. Sweep q rotates rows j and j+1, j = first ..
+    // last-1 ascending, by c, s = cs[q ldcs + 2j], cs[q ldcs + 2j + 1]. n columns, leading dimension lda.
     void (*rotate_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
                           double *a, uint64_t lda);
-    // The same with rotations of rows that carry a scale apart: (x, y) becomes (x + t y, y - u x), t, u in place of c, s.
+    // The same with rotations of rows that carry a scale apart: (x, y) becomes (x + t y, y - u x), t, u in place of c,
+    // s.
     void (*rotate_scaled_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *tu,
                                  uint64_t ldtu, double *a, uint64_t lda);
 };

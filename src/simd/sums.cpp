@@ -63,8 +63,7 @@ void update2_accumulate(uint64_t rows, uint64_t n, double *a, uint64_t lda, cons
                         const double *x, const double *v, const double *t, double *z) {
     constexpr uint64_t block = lanes == 8 ? 6 : 4; // three vectors of coefficients a row must stay in registers
     uint64_t i = 0;
-    for (; i + block <= rows; i += block)
-        update_block<block>(n, a + i * lda, lda, u + i, y, x + i, v, t + i, z);
+    for (; i + block <= rows; i += block) update_block<block>(n, a + i * lda, lda, u + i, y, x + i, v, t + i, z);
     for (; i < rows; i++) update_block<1>(n, a + i * lda, lda, u + i, y, x + i, v, t + i, z);
 }
 

@@ -1,8 +1,10 @@
 // The vocabulary of the vector kernels: one vector of SARVO_SIMD_LANES doubles, for one level of instructions.
 //
-// Included only by sources that are compiled once per level with SARVO_SIMD_LEVEL (the namespace) and SARVO_SIMD_LANES defined.
-// Everything is in an unnamed namespace: no function may be shared between levels, since the linker would keep one of them for
-// all. The compilers' vector types give lanewise + - * with each operation rounded by itself (-ffp-contract=off).
+// Included only by sources that are compiled once per level with SARVO_SIMD_LEVEL (the namespace) and SARVO_SIMD_LANES
+// defined.
+// Everything is in an unnamed namespace: no function may be shared between levels, since the linker would keep one of
+// them for all. The compilers' vector types give lanewise + - * with each operation rounded by itself
+// (-ffp-contract=off).
 #pragma once
 
 #include <stddef.h>
@@ -15,8 +17,8 @@
 namespace {
 
 constexpr uint64_t lanes = SARVO_SIMD_LANES;
-constexpr uint64_t group = 8;                 // lanes of a logical vector: partial sums do not depend on the level
-constexpr uint64_t parts = group / lanes;     // vectors in a logical vector
+constexpr uint64_t group = 8;             // lanes of a logical vector: partial sums do not depend on the level
+constexpr uint64_t parts = group / lanes; // vectors in a logical vector
 
 typedef double Vec __attribute__((vector_size(SARVO_SIMD_LANES * sizeof(double))));
 typedef double VecAnywhere __attribute__((vector_size(SARVO_SIMD_LANES * sizeof(double)), aligned(8), may_alias));

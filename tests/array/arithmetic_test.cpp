@@ -60,7 +60,7 @@ template <class X, class Y> void expect_inprod(const X &x, const Y &y) {
                 double result = -1.0;
                 if (count ? count > left : left == 0) {
                     expect_error(sarvo_vv_inprod(vx.v, vy.v, dx, dy, count, &result), SarvoBoundsEC,
-                        {"Index out of bounds"});
+                                 {"Index out of bounds"});
                     EXPECT_EQ(result, -1.0);
                     continue;
                 }
@@ -104,10 +104,19 @@ TEST(InnerProduct, RefusesInOrder) {
     struct Case {
         uint64_t dx, dy, count;
     };
-    for (const Case c : {Case{5, 0, 0}, {0, 10, 0}, {UINT64_MAX, 0, 0}, {0, 0, 6}, {3, 0, 3}, {0, 8, 3}, {1, 0, UINT64_MAX},
-                         {UINT64_MAX, 0, 1}, {0, UINT64_MAX, 2}, {5, 0, UINT64_MAX - 4}})
+    for (const Case c : {Case{5, 0, 0},
+                         {0, 10, 0},
+                         {UINT64_MAX, 0, 0},
+                         {0, 0, 6},
+                         {3, 0, 3},
+                         {0, 8, 3},
+                         {1, 0, UINT64_MAX},
+                         {UINT64_MAX, 0, 1},
+                         {0, UINT64_MAX, 2},
+                         {5, 0, UINT64_MAX - 4}})
         for (const Vector *x : {&five, &bytes}) // bounds are checked before ids
-            expect_error(sarvo_vv_inprod(x->v, ten.v, c.dx, c.dy, c.count, &result), SarvoBoundsEC, {"Index out of bounds"});
+            expect_error(sarvo_vv_inprod(x->v, ten.v, c.dx, c.dy, c.count, &result), SarvoBoundsEC,
+                         {"Index out of bounds"});
     EXPECT_EQ(result, -1.0);
     expect_error(sarvo_vv_inprod(bytes.v, shorts.v, 0, 0, 0, &result), SarvoDtypeEC, {unimplemented(1)});
     EXPECT_EQ(result, 0.0) << "set before the ids are looked at";
@@ -194,7 +203,8 @@ TEST(ScalarVectorOperations, EqualTheLiteralLoopsAndWorkInPlace) {
     test::Random random(3);
     for (const Operation &op : operations)
         for (const uint64_t n : lengths)
-            for (const double s : {2.5, -1.0, 1e308, -0x1p-1074, static_cast<double>(NAN), static_cast<double>(INFINITY)}) {
+            for (const double s :
+                 {2.5, -1.0, 1e308, -0x1p-1074, static_cast<double>(NAN), static_cast<double>(INFINITY)}) {
                 const Doubles values = special_doubles(random, n);
                 const Ints numbers = wide_ints(random, n);
                 Doubles expected(n), from_ints(n);
@@ -327,9 +337,18 @@ TEST(MatrixProduct, EqualsTheLiteralLoopWithZerosAndNonFiniteValues) {
     struct Shape {
         uint64_t m, k, n;
     };
-    for (const Shape s : {Shape{1, 1, 1}, {2, 3, 4}, {8, 8, 24}, {9, 7, 25}, {17, 33, 5}, {1, 40, 50}, {50, 40, 1},
-        {31, 100, 47},
-                          {3, 0, 4}, {0, 3, 4}, {3, 4, 0}, {64, 400, 30}})
+    for (const Shape s : {Shape{1, 1, 1},
+                          {2, 3, 4},
+                          {8, 8, 24},
+                          {9, 7, 25},
+                          {17, 33, 5},
+                          {1, 40, 50},
+                          {50, 40, 1},
+                          {31, 100, 47},
+                          {3, 0, 4},
+                          {0, 3, 4},
+                          {3, 4, 0},
+                          {64, 400, 30}})
         for (const bool special : {false, true}) {
             Doubles a(s.m * s.k), b(s.k * s.n);
             for (Doubles *values : {&a, &b})
@@ -377,7 +396,8 @@ TEST(MatrixProduct, RefusesInOrder) {
     expect_error(sarvo_mm_mlt(a.m, b.m, &a.m), SarvoInsituEC, {"In situ error"});
     expect_error(sarvo_mm_mlt(a.m, b.m, &b.m), SarvoInsituEC, {"In situ error"});
     Matrix same_bytes(1, 0, 0);
-    expect_error(sarvo_mm_mlt(same_bytes.m, shorts.m, &same_bytes.m), SarvoInsituEC, {"In situ error"}); // before the ids
+    expect_error(sarvo_mm_mlt(same_bytes.m, shorts.m, &same_bytes.m), SarvoInsituEC,
+                 {"In situ error"}); // before the ids
     expect_error(sarvo_mm_mlt(bytes.m, shorts.m, &out.m), SarvoDtypeEC, {unimplemented(1)});
     expect_error(sarvo_mm_mlt(ints.m, shorts.m, &out.m), SarvoDtypeEC, {unimplemented(3)});
     expect_error(sarvo_mm_mlt(empty.m, bytes.m, &out.m), SarvoDtypeEC, {unimplemented(1)});
@@ -386,7 +406,7 @@ TEST(MatrixProduct, RefusesInOrder) {
     tall.m->rows = 1ull << 32; // shapes whose product would overflow, without elements
     wide.m->cols = 1ull << 33;
     expect_error(sarvo_mm_mlt(tall.m, wide.m, &out.m), SarvoOverflowEC,
-        {"Too large size for rows=4294967296 cols=8589934592"});
+                 {"Too large size for rows=4294967296 cols=8589934592"});
 }
 
 } // namespace

@@ -41,7 +41,9 @@ struct Matrix {
 
     Matrix() = default;
     Matrix(uint64_t rows, uint64_t cols, const std::vector<double> &values) : m(matrix_of(rows, cols, values)) {}
-    Matrix(uint32_t dtype, uint64_t rows, uint64_t cols) { expect_success(sarvo_matrix_alloc(&m, dtype, 0, rows, cols)); }
+    Matrix(uint32_t dtype, uint64_t rows, uint64_t cols) {
+        expect_success(sarvo_matrix_alloc(&m, dtype, 0, rows, cols));
+    }
     Matrix(Matrix &&other) noexcept : m(other.m) { other.m = nullptr; }
     ~Matrix() { sarvo_matrix_free(m); }
 
@@ -63,9 +65,7 @@ inline Matrix numbered(uint32_t dtype, uint64_t rows, uint64_t cols) { // elemen
     return out;
 }
 
-inline std::string invalid(uint32_t dtype) {
-    return "Invalid data type " + std::to_string(static_cast<int>(dtype));
-}
+inline std::string invalid(uint32_t dtype) { return "Invalid data type " + std::to_string(static_cast<int>(dtype)); }
 
 inline std::string unimplemented(uint32_t dtype) {
     return "Invalid or not implemented data type " + std::to_string(static_cast<int>(dtype));

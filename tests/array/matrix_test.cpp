@@ -116,7 +116,8 @@ TEST(MatrixRealloc, ShrinkingKeepsTheBlock) {
 
 TEST(MatrixRealloc, NullAndOtherIds) {
     Matrix a;
-    expect_error(sarvo_matrix_realloc(nullptr, SARVO_DOUBLE, 0, 1, 1), SarvoNullEC, {"Input structure is not initialized"});
+    expect_error(sarvo_matrix_realloc(nullptr, SARVO_DOUBLE, 0, 1, 1), SarvoNullEC,
+                 {"Input structure is not initialized"});
     expect_error(sarvo_matrix_realloc(&a.m, 0, 0, 1, 1), SarvoDtypeEC, {invalid(0)});
     EXPECT_EQ(a.m, nullptr);
     expect_success(sarvo_matrix_realloc(&a.m, SARVO_INT32, 0, 2, 2));
@@ -210,7 +211,8 @@ TEST(MatrixCopy, ADestinationOfAnotherIdIsMadeAnewAtTheLargerExtent) {
 
 TEST(MatrixCopy, OntoItselfMovesRowsInAscendingOrder) {
     Matrix a = numbered(SARVO_DOUBLE, 3, 3);
-    expect_success(sarvo_matrix_copy(a.m, 1, 1, 0, 0, &a.m, 0, 0)); // up and left: every row is read before it is written
+    expect_success(
+        sarvo_matrix_copy(a.m, 1, 1, 0, 0, &a.m, 0, 0)); // up and left: every row is read before it is written
     EXPECT_EQ(a.get(0, 0), 22.0);
     EXPECT_EQ(a.get(1, 1), 33.0);
     Matrix b = numbered(SARVO_DOUBLE, 2, 2);
@@ -222,19 +224,29 @@ TEST(MatrixCopy, OntoItselfMovesRowsInAscendingOrder) {
 
 TEST(MatrixCopy, RefusesInOrder) {
     Matrix source = numbered(SARVO_DOUBLE, 2, 3), to;
-    expect_error(sarvo_matrix_copy(nullptr, 9, 9, 0, 0, &to.m, 0, 0), SarvoNullEC, {"Input structure is not initialized"});
+    expect_error(sarvo_matrix_copy(nullptr, 9, 9, 0, 0, &to.m, 0, 0), SarvoNullEC,
+                 {"Input structure is not initialized"});
     expect_error(sarvo_matrix_copy(source.m, 9, 9, 0, 0, nullptr, 0, 0), SarvoNullEC,
-        {"Input structure is not initialized"});
+                 {"Input structure is not initialized"});
     struct Block {
         uint64_t row, col, rows, cols;
     };
-    for (const Block b : {Block{0, 0, 3, 1}, {1, 0, 2, 1}, {3, 0, 0, 0}, {0, 0, 1, 4}, {0, 3, 1, 1}, {0, 4, 0, 0},
-        {1, 1, UINT64_MAX, 1},
-                          {UINT64_MAX, 0, 1, 1}, {UINT64_MAX, 0, 2, 1}, {0, UINT64_MAX, 1, 0}, {0, 1, 1, UINT64_MAX}})
+    for (const Block b : {Block{0, 0, 3, 1},
+                          {1, 0, 2, 1},
+                          {3, 0, 0, 0},
+                          {0, 0, 1, 4},
+                          {0, 3, 1, 1},
+                          {0, 4, 0, 0},
+                          {1, 1, UINT64_MAX, 1},
+                          {UINT64_MAX, 0, 1, 1},
+                          {UINT64_MAX, 0, 2, 1},
+                          {0, UINT64_MAX, 1, 0},
+                          {0, 1, 1, UINT64_MAX}})
         expect_error(sarvo_matrix_copy(source.m, b.row, b.col, b.rows, b.cols, &to.m, UINT64_MAX, 0), SarvoSizeEC,
-            {"Incorrect size"});
+                     {"Incorrect size"});
     expect_error(sarvo_matrix_copy(source.m, 0, 0, 0, 0, &to.m, UINT64_MAX, 0), SarvoOverflowEC, {"Overflow error"});
-    expect_error(sarvo_matrix_copy(source.m, 0, 0, 0, 0, &to.m, 0, UINT64_MAX - 1), SarvoOverflowEC, {"Overflow error"});
+    expect_error(sarvo_matrix_copy(source.m, 0, 0, 0, 0, &to.m, 0, UINT64_MAX - 1), SarvoOverflowEC,
+                 {"Overflow error"});
     EXPECT_EQ(to.m, nullptr);
     source.m->dtype = 25;
     expect_error(sarvo_matrix_copy(source.m, 9, 9, 0, 0, &to.m, 0, 0), SarvoDtypeEC, {invalid(25)});

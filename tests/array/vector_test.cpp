@@ -105,7 +105,8 @@ TEST(VectorRealloc, RefusedGrowthKeepsTheVector) {
     for (const uint64_t length : test::huge_sizes)
         expect_error(sarvo_vector_realloc(&x.v, SARVO_DOUBLE, 0, length), SarvoOverflowEC,
                      {"Too large size " + std::to_string(length)});
-    expect_error(sarvo_vector_realloc(&x.v, SARVO_DOUBLE, 0, 1ull << 60), 0, {"Cannot allocate 9223372036854775808 bytes."});
+    expect_error(sarvo_vector_realloc(&x.v, SARVO_DOUBLE, 0, 1ull << 60), 0,
+                 {"Cannot allocate 9223372036854775808 bytes."});
     EXPECT_EQ(x.doubles(), (Doubles{1, 2}));
     EXPECT_EQ(x.v->capacity, 2u);
 }
@@ -116,11 +117,11 @@ TEST(VectorCopy, CopiesPartsToPlaces) {
         Doubles destination, expected;
     };
     const Case cases[] = {
-        {2, 0, 0, {}, {3, 4, 5}},                      // 0 means to the end
+        {2, 0, 0, {}, {3, 4, 5}}, // 0 means to the end
         {0, 2, 1, {}, {0, 1, 2}},
-        {1, 2, 0, {9, 9, 9, 9}, {2, 3, 9, 9}},         // longer destinations are kept
-        {0, 2, 3, {9, 9, 9, 9}, {9, 9, 9, 1, 2}},      // shorter ones grow
-        {5, 0, 2, {9}, {9, 0}},                        // nothing to copy, but the offset must be there
+        {1, 2, 0, {9, 9, 9, 9}, {2, 3, 9, 9}},    // longer destinations are kept
+        {0, 2, 3, {9, 9, 9, 9}, {9, 9, 9, 1, 2}}, // shorter ones grow
+        {5, 0, 2, {9}, {9, 0}},                   // nothing to copy, but the offset must be there
         {5, 0, 0, {}, {}},
         {4, 1, 0, {9}, {5}},
     };
@@ -159,9 +160,10 @@ TEST(VectorCopy, RefusesInOrder) {
     struct Case {
         uint64_t offset, count;
     };
-    for (const Case c : {Case{0, 4}, {1, 3}, {3, 1}, {4, 0}, {UINT64_MAX, 0}, {UINT64_MAX, 1}, {1, UINT64_MAX}, {2,
-        UINT64_MAX - 1}})
-        expect_error(sarvo_vector_copy(source.v, c.offset, c.count, &to.v, UINT64_MAX), SarvoSizeEC, {"Incorrect size"});
+    for (const Case c :
+         {Case{0, 4}, {1, 3}, {3, 1}, {4, 0}, {UINT64_MAX, 0}, {UINT64_MAX, 1}, {1, UINT64_MAX}, {2, UINT64_MAX - 1}})
+        expect_error(sarvo_vector_copy(source.v, c.offset, c.count, &to.v, UINT64_MAX), SarvoSizeEC,
+                     {"Incorrect size"});
     expect_error(sarvo_vector_copy(source.v, 0, 3, &to.v, UINT64_MAX - 2), SarvoOverflowEC, {"Overflow error"});
     EXPECT_EQ(to.v, nullptr);
     expect_error(sarvo_vector_copy(source.v, 0, 3, &to.v, 1ull << 61), 0, {overflow()});

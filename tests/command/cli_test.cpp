@@ -57,7 +57,8 @@ TEST(Command, ExitCodesTellWhatHappened) {
         {"unknown subcommand", "fti", "", 2, "there is no subcommand 'fti'. Did you mean 'fit'?"},
         {"far from any subcommand", "quux", "", 2, "there is no subcommand 'quux'.\n"},
         {"unknown option", fit_misra + "--verbos", "", 2, "there is no option '--verbos'. Did you mean '--verbose'?"},
-        {"unknown option with a value", fit_misra + "--tolX=3", "", 2, "there is no option '--tolX'. Did you mean '--tolx'?"},
+        {"unknown option with a value", fit_misra + "--tolX=3", "", 2,
+         "there is no option '--tolX'. Did you mean '--tolx'?"},
         {"missing start", "fit 'y ~ x' " + misra, "", 2, "--start is required"},
         {"bad start", "fit 'y ~ a*x' " + misra + " --start a=1x", "", 2, "this is not a number"},
         {"bad format", fit_misra + "--format xml", "", 2, "--format"},
@@ -69,14 +70,17 @@ TEST(Command, ExitCodesTellWhatHappened) {
         {"parameter named like a column", "fit 'y ~ x' " + misra + " --start x=1", "", 2, "is a column of"},
         {"two starts for one", "fit 'y ~ a*x' " + misra + " --start a=1 --start a=2", "", 2, "has two starts"},
         {"not finite at the start", "fit 'y ~ log(a)*x' " + misra + " --start a=-1", "", 2, "is not finite in row 1 ("},
-        {"left side not finite", "fit 'log(c1) ~ a' - --start a=1", "1\n-1\n", 2, "the left side of the formula is not finite in row 2"},
+        {"left side not finite", "fit 'log(c1) ~ a' - --start a=1", "1\n-1\n", 2,
+         "the left side of the formula is not finite in row 2"},
         {"more parameters than rows", "fit 'c1 ~ a + b*c2 + p*c2^2' - --start a=1,b=1,p=1", "1 2\n3 4\n", 2,
          "3 parameters cannot be fitted to 2 rows"},
         {"unknown weights", "fit 'y ~ a' - --start a=1 --weights weihgt", "y,weight\n1,2\n2,3\n", 2,
          "there is no column 'weihgt' for the weights. Did you mean 'weight'?"},
-        {"negative weight", "fit 'c1 ~ a' - --start a=1 --weights c2", "1 1\n2 -1\n", 2, "the weight is negative in row 2"},
+        {"negative weight", "fit 'c1 ~ a' - --start a=1 --weights c2", "1 1\n2 -1\n", 2,
+         "the weight is negative in row 2"},
         {"no such file", "fit 'y ~ a*x' nowhere.csv --start a=1", "", 3, "nowhere.csv: cannot be opened"},
-        {"bad cell", "fit 'y ~ a*x' - --start a=1", "y,x\n1,2\n3,z\n", 3, "standard input:3:3: 'z' is not a number (column 'x')"},
+        {"bad cell", "fit 'y ~ a*x' - --start a=1", "y,x\n1,2\n3,z\n", 3,
+         "standard input:3:3: 'z' is not a number (column 'x')"},
         {"empty input", "fit 'y ~ a*x' - --start a=1", "", 3, "there is no data"},
     };
     for (const auto &row : rows) {
@@ -89,7 +93,8 @@ TEST(Command, ExitCodesTellWhatHappened) {
 
 TEST(Command, PrintsTheLastStateWhenItDoesNotConverge) {
     const Answer answer = sarvo(fit_misra + "--max-iterations 2");
-    EXPECT_NE(answer.out.find("NOT CONVERGED after 2 iterations: the limit of 2 iterations was reached."), std::string::npos)
+    EXPECT_NE(answer.out.find("NOT CONVERGED after 2 iterations: the limit of 2 iterations was reached."),
+              std::string::npos)
         << answer.out;
     EXPECT_NE(answer.out.find("b2"), std::string::npos);
 }
@@ -135,7 +140,8 @@ TEST(Command, FullPrecisionReadsBackToTheSameBitsInBothMachineFormats) {
     const Answer csv = sarvo(fit_misra + "--format csv");
     ASSERT_EQ(json.exit_code + csv.exit_code, 0);
     const size_t place = csv.out.find("\nb1,") + 4;
-    const double estimate = command::parse_number(csv.out.substr(place, csv.out.find(',', place) - place)).value_or(NAN);
+    const double estimate =
+        command::parse_number(csv.out.substr(place, csv.out.find(',', place) - place)).value_or(NAN);
     EXPECT_EQ(test::bits(estimate), test::bits(number_behind(json.out, "estimate")));
     EXPECT_NEAR(estimate, 238.94212918, 1e-7); // certified
     EXPECT_EQ(command::parse_number(command::shortest(estimate)), estimate);
@@ -151,17 +157,20 @@ TEST(Command, VerbosePrintsALineForEachIteration) {
 
 TEST(Command, SaysWhenTheDataDoNotDetermineTheParameters) {
     const Answer answer = sarvo("fit 'y ~ a + b + 0*x' - --start a=1,b=1", line);
-    EXPECT_NE(answer.out.find("the data do not determine all parameters (rank 1 of 2)"), std::string::npos) << answer.out << answer.err;
+    EXPECT_NE(answer.out.find("the data do not determine all parameters (rank 1 of 2)"), std::string::npos)
+        << answer.out << answer.err;
 }
 
 TEST(Command, HelpAndInfoTellWhatAPersonNeeds) {
-    const Answer help = sarvo("--help"), fit_help = sarvo("fit --help"), info = sarvo("info"), version = sarvo("--version");
+    const Answer help = sarvo("--help"), fit_help = sarvo("fit --help"), info = sarvo("info"),
+                 version = sarvo("--version");
     for (const Answer *a : {&help, &fit_help, &info, &version}) EXPECT_EQ(a->exit_code, 0);
     EXPECT_EQ(version.out, "sarvo 1.0.0\n");
     for (const char *text : {"Examples:", "fit", "info"}) EXPECT_NE(help.out.find(text), std::string::npos) << text;
     for (const char *text : {"--start", "--weights", "--tolx", "--verbose", "Exit codes:", "Examples:"})
         EXPECT_NE(fit_help.out.find(text), std::string::npos) << text;
-    for (const char *text : {"kernels", "flags", "-ffp-contract=off", "2.220446049250313e-16", "1.7976931348623157e+308"})
+    for (const char *text :
+         {"kernels", "flags", "-ffp-contract=off", "2.220446049250313e-16", "1.7976931348623157e+308"})
         EXPECT_NE(info.out.find(text), std::string::npos) << text;
 }
 

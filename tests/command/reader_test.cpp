@@ -49,7 +49,8 @@ TEST(Reader, FindsColumnsByNameAndNumber) {
     EXPECT_EQ(t.find("x 1"), 1u);
     EXPECT_EQ(t.find("$1"), 0u);
     EXPECT_EQ(t.find("$2"), 1u);
-    for (const char *missing : {"", "$", "$0", "$3", "$1.5", "$-1", "$x", "z", "Y"}) EXPECT_FALSE(t.find(missing)) << missing;
+    for (const char *missing : {"", "$", "$0", "$3", "$1.5", "$-1", "$x", "z", "Y"})
+        EXPECT_FALSE(t.find(missing)) << missing;
 }
 
 std::string error_of(const std::string &text) {

@@ -26,10 +26,26 @@ TEST(IntegerPower, NamedValues) {
         int32_t base, exponent, power;
     };
     const Case cases[] = {
-        {0, 0, -1},  {5, 0, 1},      {-5, 0, 1},     {0, 1, 0},        {0, -3, 0},   {1, -3, 1},
-        {2, 30, 1073741824},         {2, 31, -2},    {65536, 2, -3},   {-2, 3, -2},  {-7, 1, -7},
-        {-2, 2, -3}, {46340, 2, 2147395600},         {46341, 2, -3},   {3, 19, 1162261467}, {3, 20, -2},
-        {10, 9, 1000000000},         {10, 10, -2},   {2, -1, -2},      {2, -2, -3},
+        {0, 0, -1},
+        {5, 0, 1},
+        {-5, 0, 1},
+        {0, 1, 0},
+        {0, -3, 0},
+        {1, -3, 1},
+        {2, 30, 1073741824},
+        {2, 31, -2},
+        {65536, 2, -3},
+        {-2, 3, -2},
+        {-7, 1, -7},
+        {-2, 2, -3},
+        {46340, 2, 2147395600},
+        {46341, 2, -3},
+        {3, 19, 1162261467},
+        {3, 20, -2},
+        {10, 9, 1000000000},
+        {10, 10, -2},
+        {2, -1, -2},
+        {2, -2, -3},
     };
     for (const Case &c : cases) EXPECT_EQ(sarvo_ipow(c.base, c.exponent), c.power) << c.base << '^' << c.exponent;
     EXPECT_EQ(sarvo_i64pow(2, 62), 4611686018427387904);
@@ -38,8 +54,8 @@ TEST(IntegerPower, NamedValues) {
     EXPECT_EQ(sarvo_i64pow(3037000500, 2), -3);
 }
 
-// The steps as they are described, in a wider type, wrapped where they are stored. A base that wrapped to 0, or to 1 under a
-// negative exponent (which would square for ever), gives -3.
+// The steps as they are described, in a wider type, wrapped where they are stored. A base that wrapped to 0, or to 1
+// under a negative exponent (which would square for ever), gives -3.
 template <class Int, class Wide> Int literal_power(Int base, Int exponent) {
     const Wide max = std::numeric_limits<Int>::max();
     const auto wrapped = [](Wide x) { return static_cast<Int>(x); };
@@ -94,8 +110,8 @@ TEST(IntegerPower, EndsWhenASquareWrapsToOneUnderANegativeExponent) {
 TEST(IntegerPower, EqualsTheLiteralStepsOnBoundaryGrids) {
     for (const int32_t base : boundary_values<int32_t>())
         for (const int32_t exponent : boundary_values<int32_t>())
-            ASSERT_EQ(sarvo_ipow(base, exponent), (literal_power<int32_t, int64_t>(base,
-                exponent))) << base << '^' << exponent;
+            ASSERT_EQ(sarvo_ipow(base, exponent), (literal_power<int32_t, int64_t>(base, exponent)))
+                << base << '^' << exponent;
     for (const int64_t base : boundary_values<int64_t>())
         for (const int64_t exponent : boundary_values<int64_t>())
             ASSERT_EQ(sarvo_i64pow(base, exponent), (literal_power<int64_t, int128>(base, exponent)))
@@ -135,7 +151,7 @@ TEST(Classification, NumbersAndFiniteNumbers) {
         double x;
         int32_t number, finite;
     };
-    const Case cases[] = {{0.0, 1, 1},   {-0.0, 1, 1}, {DBL_MAX, 1, 1}, {-DBL_MAX, 1, 1}, {0x1p-1074, 1, 1},
+    const Case cases[] = {{0.0, 1, 1}, {-0.0, 1, 1}, {DBL_MAX, 1, 1}, {-DBL_MAX, 1, 1}, {0x1p-1074, 1, 1},
                           {inf, 1, 0}, {-inf, 1, 0}, {nan, 0, 0},     {-nan, 0, 0}};
     for (const Case &c : cases) {
         EXPECT_EQ(sarvo_is_number(c.x), c.number) << c.x;
@@ -154,7 +170,7 @@ TEST(TolerantComparison, NamedValues) {
         {1e-12, 0.0, 1e-13, 1},
         {1e-12, 0.0, 1e-12, 0},
         {-1e-12, -0.0, 0.0, -1},
-        {2.0, 1.0, 0.4, 1},      // relative difference 0.5
+        {2.0, 1.0, 0.4, 1}, // relative difference 0.5
         {2.0, 1.0, 0.5, 0},
         {1.0, 2.0, 0.4, -1},
         {-2.0, -1.0, 0.4, -1},

@@ -1,5 +1,5 @@
-// A kernel library that does not start: result 1, the counter rules, and the one routine that exits. Stands alone with its
-// own sarko_initialize and sarko_terminate in place of the kernel library's.
+// A kernel library that does not start: result 1, the counter rules, and the one routine that exits. Stands alone with
+// its own sarko_initialize and sarko_terminate in place of the kernel library's.
 #include <sarvo/lsq.h>
 
 #include <gtest/gtest.h>

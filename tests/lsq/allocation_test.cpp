@@ -37,8 +37,8 @@ struct Scenario : test::AllocationScenario {
         const sarvo_lsq &lsq = fit.lsq;
         const bool started = lsq.flags & SARVO_LSQ_INITIALISED;
         return std::to_string(lsq.flags) + std::to_string(lsq.weight_kind) +
-               (started ? test::state(lsq) : std::string()) + bytes(covar) +
-               bytes(lsq.V) + bytes(lsq.w) + bytes(lsq.weight_vector) + bytes(lsq.weight_matrix);
+               (started ? test::state(lsq) : std::string()) + bytes(covar) + bytes(lsq.V) + bytes(lsq.w) +
+               bytes(lsq.weight_vector) + bytes(lsq.weight_matrix);
     }
 };
 
@@ -62,10 +62,18 @@ const struct Case {
     Run prepare; // done before failures begin; may be empty
     Run operation;
 } cases[] = {
-    {"alloc", [](Scenario &s) { sarvo_lsq_free(&s.fit.lsq); return sarko_error_t{0}; },
+    {"alloc",
+     [](Scenario &s) {
+         sarvo_lsq_free(&s.fit.lsq);
+         return sarko_error_t{0};
+     },
      [](Scenario &s) { return sarvo_lsq_alloc(2, 10, &s.fit.lsq); }},
     {"alloc again", {}, [](Scenario &s) { return sarvo_lsq_alloc(5, 20, &s.fit.lsq); }},
-    {"alloc refused", [](Scenario &s) { s.fit.lsq.solver = 9; return sarko_error_t{0}; },
+    {"alloc refused",
+     [](Scenario &s) {
+         s.fit.lsq.solver = 9;
+         return sarko_error_t{0};
+     },
      [](Scenario &s) { return sarvo_lsq_alloc(5, 20, &s.fit.lsq); }},
     {"weight_vinit", {}, vector_weights},
     {"weight_minit", {}, matrix_weights},
@@ -74,8 +82,14 @@ const struct Case {
     {"iterate_init", {}, start},
     {"iterate_init size", {}, [](Scenario &s) { return sarvo_lsq_iterate_init(s.w, &s.fit.lsq); }},
     {"iterate_init model",
-        [](Scenario &s) { s.fit.problem.returns_nan = [&s](int k) { s.fit.problem.fails_at = k; return false; };
-                                             return sarko_error_t{0}; }, start},
+     [](Scenario &s) {
+         s.fit.problem.returns_nan = [&s](int k) {
+             s.fit.problem.fails_at = k;
+             return false;
+         };
+         return sarko_error_t{0};
+     },
+     start},
     {"iterate not initialised", {}, [](Scenario &s) { return sarvo_lsq_iterate(&s.fit.lsq); }},
     {"minimize", {}, minimise_afresh},
     {"minimize with vector weights", vector_weights, minimise_afresh},

@@ -1,4 +1,5 @@
-// The least-squares iteration: accepted and rejected trials, callbacks and their failures, the convergence test, recovery.
+// The least-squares iteration: accepted and rejected trials, callbacks and their failures, the convergence test,
+// recovery.
 #include <sarvo/lsq.h>
 
 #include <math.h>
@@ -136,7 +137,9 @@ TEST_F(Iterate, ATrialAfterRejectionsIsAccepted) {
 }
 
 TEST_F(Iterate, AnEqualChiSquareIsRejected) {
-    Fit flat(test::linear({1, 2}, [](uint64_t, uint64_t) { return 0.0; }, 1), 1);
+    Fit flat(test::linear(
+                 {1, 2}, [](uint64_t, uint64_t) { return 0.0; }, 1),
+             1);
     flat.lsq.max_tries = 2;
     expect_success(flat.start({3}));
     expect_success(sarvo_lsq_iterate(&flat.lsq));
@@ -214,8 +217,8 @@ TEST_F(Iterate, MinimiseHonoursItsLimitAndStoresWhatIsGiven) {
     }
     expect_success(sarvo_lsq_minimize(1, nullptr, nullptr, &fit.lsq));
     EXPECT_EQ(other.calls, 2) << "null keeps the callback and the user data";
-    expect_error(sarvo_lsq_minimize(1, nullptr, nullptr, nullptr), SarvoNullEC, {minimise_text,
-        "Input structure is not initialized"});
+    expect_error(sarvo_lsq_minimize(1, nullptr, nullptr, nullptr), SarvoNullEC,
+                 {minimise_text, "Input structure is not initialized"});
     sarvo_lsq bare;
     expect_success(sarvo_lsq_init_default(&bare));
     expect_error(sarvo_lsq_minimize(1, nullptr, nullptr, &bare), SarvoLsqInitEC,
@@ -232,7 +235,8 @@ std::string undisturbed_fit() {
     return test::state(fit.lsq);
 }
 
-// After the failure x and r are those of the last accepted state, and a new start gives the undisturbed fit, bit for bit.
+// After the failure x and r are those of the last accepted state, and a new start gives the undisturbed fit, bit for
+// bit.
 void expect_usable(Fit &fit, const std::string &where) {
     EXPECT_TRUE(fit.lsq.flags & SARVO_LSQ_INITIALISED) << where;
     double chisq = 0.0;
@@ -298,7 +302,9 @@ TEST(Convergence, FiguresFollowTheirFormulas) {
     test::Random random(11);
     for (int round = 0; round < 200; round++) {
         const uint32_t n = 1 + static_cast<uint32_t>(random.below(5));
-        Fit fit(test::linear({0}, [](uint64_t, uint64_t) { return 1.0; }, n), n);
+        Fit fit(test::linear(
+                    {0}, [](uint64_t, uint64_t) { return 1.0; }, n),
+                n);
         expect_success(fit.start(Doubles(n, 0.0)));
         Doubles x(n), step(n), beta(n);
         for (uint32_t i = 0; i < n; i++) {
@@ -337,7 +343,9 @@ TEST(Convergence, FiguresFollowTheirFormulas) {
 }
 
 TEST(Convergence, BoundsAreInclusive) {
-    Fit fit(test::linear({0}, [](uint64_t, uint64_t) { return 1.0; }, 1), 1);
+    Fit fit(test::linear(
+                {0}, [](uint64_t, uint64_t) { return 1.0; }, 1),
+            1);
     expect_success(fit.start({1.0}));
     fit.lsq.tolx = 0.5;
     fill(fit.lsq.step, {0.75}); // 0.75 / (1 + 0.5) = tolx
@@ -356,12 +364,13 @@ TEST(Convergence, NaNNeverCountsAsMet) {
         double chisq;
         int32_t met;
     };
-    const Case cases[] = {{{1, 1}, {0, 0}, {0, 0}, 1, 2},   {{1, 1}, {NAN, 0}, {0, 0}, 1, 1}, {{1, 1}, {0, NAN}, {0,
-        0}, 1, 1},
-                          {{1, 1}, {0, 0}, {NAN, 0}, 1, 1}, {{1, 1}, {0, 0}, {0, NAN}, 1, 1}, {{NAN, 1}, {0, 0}, {0,
-                              0}, 1, 0},
+    const Case cases[] = {{{1, 1}, {0, 0}, {0, 0}, 1, 2},   {{1, 1}, {NAN, 0}, {0, 0}, 1, 1},
+                          {{1, 1}, {0, NAN}, {0, 0}, 1, 1}, {{1, 1}, {0, 0}, {NAN, 0}, 1, 1},
+                          {{1, 1}, {0, 0}, {0, NAN}, 1, 1}, {{NAN, 1}, {0, 0}, {0, 0}, 1, 0},
                           {{1, 1}, {0, 0}, {0, 0}, NAN, 1}, {{1, NAN}, {0, 0}, {0, 0}, NAN, 0}};
-    Fit fit(test::linear({0}, [](uint64_t, uint64_t) { return 1.0; }, 2), 2);
+    Fit fit(test::linear(
+                {0}, [](uint64_t, uint64_t) { return 1.0; }, 2),
+            2);
     expect_success(fit.start({1.0, 1.0}));
     for (const Case &c : cases) {
         fill(fit.lsq.x, c.x);

@@ -31,8 +31,8 @@ struct Problem {
     Doubles y;
     std::function<double(const double *x, uint64_t i, double *derivatives)> f;
     int calls = 0;
-    int fails_at = 0;                      // that call returns an error
-    std::function<bool(int)> returns_nan;  // calls whose residuals are NaN
+    int fails_at = 0;                     // that call returns an error
+    std::function<bool(int)> returns_nan; // calls whose residuals are NaN
 };
 
 inline sarko_error_t model(const sarvo_vector *x, sarvo_vector *r, sarvo_matrix *J, void *user_data) {
@@ -115,8 +115,8 @@ struct Fit {
 // Everything that a fit leaves, as bytes.
 inline std::string state(const sarvo_lsq &lsq) {
     const double numbers[] = {lsq.chisq, lsq.chisq_trial, lsq.lambda, lsq.gain, lsq.rcond};
-    return bytes(lsq.x) + bytes(lsq.r) + bytes(lsq.step) + bytes(lsq.beta) + bytes(lsq.alpha) + bytes(numbers,
-        sizeof numbers);
+    return bytes(lsq.x) + bytes(lsq.r) + bytes(lsq.step) + bytes(lsq.beta) + bytes(lsq.alpha) +
+           bytes(numbers, sizeof numbers);
 }
 
 } // namespace test

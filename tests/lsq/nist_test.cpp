@@ -1,4 +1,5 @@
-// Least squares on NIST's certified non-linear data sets: digits of parameters and standard deviations from both starts.
+// Least squares on NIST's certified non-linear data sets: digits of parameters and standard deviations from both
+// starts.
 #include <sarvo/lsq.h>
 
 #include <math.h>
@@ -25,10 +26,10 @@ struct Set {
 
 // Figures of the stated iteration with exact derivatives, step tolerance 1e-11, gradient tolerance 0, no threshold.
 constexpr Set sets[] = {
-    {"Misra1a", nist::misra1a, {8.9, 11}},    {"Chwirut2", nist::chwirut, {10.6, 9.5}},
-    {"DanWood", nist::danwood, {10.9, 11}},   {"Lanczos3", nist::lanczos, {7.8, 7.2}},
-    {"Gauss1", nist::gauss, {9.7, 10.6}},     {"Kirby2", nist::kirby2, {10.4, 10.5}},
-    {"MGH09", nist::mgh09, {7.7, 7.6}},       {"Thurber", nist::thurber, {7.9, 8.2}},
+    {"Misra1a", nist::misra1a, {8.9, 11}},      {"Chwirut2", nist::chwirut, {10.6, 9.5}},
+    {"DanWood", nist::danwood, {10.9, 11}},     {"Lanczos3", nist::lanczos, {7.8, 7.2}},
+    {"Gauss1", nist::gauss, {9.7, 10.6}},       {"Kirby2", nist::kirby2, {10.4, 10.5}},
+    {"MGH09", nist::mgh09, {7.7, 7.6}},         {"Thurber", nist::thurber, {7.9, 8.2}},
     {"Eckerle4", nist::eckerle4, {10.5, 10.6}},
 };
 
@@ -160,8 +161,8 @@ TEST(Nist, CertifiedParametersAndStandardDeviationsAreReachedFromBothStarts) {
             const double parameters = digits(result.parameters, problem.certified);
             const double deviations = digits(result.deviations, problem.deviation);
             printf("%-10s %5d %10d %10.1f %10.1f\n", set.name, start + 1, result.iterations, parameters, deviations);
-            // One digit below the figure, but at most flat: chi square cannot tell parameters apart beyond about half the digits of
-            // a double, so what a run gains above that before its last accepted step is luck of rounding.
+            // One digit below the figure, but at most flat: chi square cannot tell parameters apart beyond about half
+            // the digits of a double, so what a run gains above that before its last accepted step is luck of rounding.
             EXPECT_GE(parameters, std::min(set.digits[start] - 1, flat)) << set.name << " from start " << start + 1;
             EXPECT_GE(deviations, 6.0) << set.name << " from start " << start + 1;
             sum += parameters;

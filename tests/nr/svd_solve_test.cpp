@@ -252,9 +252,11 @@ TEST(Checks, ComeInOrderForEveryOperation) {
         test::expect_error(op.with_null_arguments(nullptr), SarvoNullEC, {op.wrap, "SVD structure is not initialized"});
         test::expect_error(op.with_null_arguments(fresh), SarvoNrSvdNotReadyEC, {op.wrap, "SVD has not yet been done"});
         if (op.wrap != "SVD reordering error")
-            test::expect_error(op.with_null_arguments(c.svd), SarvoNullEC, {op.wrap, "Input structure is not initialized"});
+            test::expect_error(op.with_null_arguments(c.svd), SarvoNullEC,
+                               {op.wrap, "Input structure is not initialized"});
     }
-    test::expect_error(sarvo_nr_svd_vsolve(c.svd, ints, &c.x), SarvoDtypeEC, {"SVD vsolve error", "Invalid data type 5"});
+    test::expect_error(sarvo_nr_svd_vsolve(c.svd, ints, &c.x), SarvoDtypeEC,
+                       {"SVD vsolve error", "Invalid data type 5"});
     test::expect_error(sarvo_nr_svd_vsolve(c.svd, b, &ints), SarvoDtypeEC, {"SVD vsolve error", "Invalid data type 5"});
     test::expect_error(sarvo_nr_svd_vsolve(c.svd, b, &c.x), SarvoNrSizeEC,
                        {"SVD vsolve error", "Incompatibles sizes. A[3,2] b[2]"});

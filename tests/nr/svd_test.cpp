@@ -1,5 +1,5 @@
-// The decomposition itself: residual and orthogonality on many kinds of matrices, equal bits at every level, known spectra,
-// checks in order.
+// The decomposition itself: residual and orthogonality on many kinds of matrices, equal bits at every level, known
+// spectra, checks in order.
 #include <sarvo/nr.h>
 
 #include <algorithm>
@@ -28,15 +28,14 @@ struct Svd {
 
 struct Matrix {
     sarvo_matrix *p;
-    Matrix(uint64_t rows, uint64_t cols, const std::vector<double> &values)
-        : p(test::matrix_of(rows, cols, values)) {}
+    Matrix(uint64_t rows, uint64_t cols, const std::vector<double> &values) : p(test::matrix_of(rows, cols, values)) {}
     Matrix(const Matrix &) = delete;
     ~Matrix() { sarvo_matrix_free(p); }
     double operator()(uint64_t i, uint64_t j) const { return test::at(p, i, j); }
 };
 
-// Frobenius norms over eps max(m, n), in extended precision: |A - U w V'| / |A|, |I - U'U| over the columns of U that belong to
-// the first min(m, n) values, |I - V'V|.
+// Frobenius norms over eps max(m, n), in extended precision: |A - U w V'| / |A|, |I - U'U| over the columns of U that
+// belong to the first min(m, n) values, |I - V'V|.
 struct Quality {
     long double residual = 0, left = 0, right = 0;
 };
@@ -45,14 +44,16 @@ Quality quality(const sarvo_matrix *A, const sarvo_nr_svd *s) {
     const uint64_t m = s->m, n = s->n, k = m < n ? m : n;
     long double error = 0, size = 0, scale = 0;
     for (uint64_t i = 0; i < m; i++)
-        for (uint64_t j = 0; j < n; j++) scale = std::fmax(scale, std::fabs(static_cast<long double>(test::at(A, i, j))));
+        for (uint64_t j = 0; j < n; j++)
+            scale = std::fmax(scale, std::fabs(static_cast<long double>(test::at(A, i, j))));
     if (scale == 0) scale = 1;
     Quality q;
     for (uint64_t i = 0; i < m; i++)
         for (uint64_t j = 0; j < n; j++) {
             long double sum = 0;
             for (uint64_t l = 0; l < k; l++)
-                sum += static_cast<long double>(test::at(s->U, i, l)) * (test::at(s->w, l) / scale) * test::at(s->V, j, l);
+                sum +=
+                    static_cast<long double>(test::at(s->U, i, l)) * (test::at(s->w, l) / scale) * test::at(s->V, j, l);
             const long double a = test::at(A, i, j) / scale;
             error += (a - sum) * (a - sum);
             size += a * a;
@@ -88,46 +89,68 @@ struct Kind {
 
 const Kind kinds[] = {
     {"random", [](uint64_t, uint64_t, std::vector<double> &) {}},
-    {"graded by rows", [](uint64_t m, uint64_t n, std::vector<double> &a) {
+    {"graded by rows",
+     [](uint64_t m, uint64_t n, std::vector<double> &a) {
          for (uint64_t i = 0; i < m; i++)
-             for (uint64_t j = 0; j < n; j++) a[i * n + j] *= std::pow(10.0, -20.0 * static_cast<double>(i) / static_cast<double>(m));
+             for (uint64_t j = 0; j < n; j++)
+                 a[i * n + j] *= std::pow(10.0, -20.0 * static_cast<double>(i) / static_cast<double>(m));
      }},
-    {"graded by columns, growing", [](uint64_t m, uint64_t n, std::vector<double> &a) {
+    {"graded by columns, growing",
+     [](uint64_t m, uint64_t n, std::vector<double> &a) {
          for (uint64_t i = 0; i < m; i++)
-             for (uint64_t j = 0; j < n; j++) a[i * n + j] *= std::pow(10.0, 20.0 * static_cast<double>(j) / static_cast<double>(n));
+             for (uint64_t j = 0; j < n; j++)
+                 a[i * n + j] *= std::pow(10.0, 20.0 * static_cast<double>(j) / static_cast<double>(n));
      }},
-    {"rank one", [](uint64_t m, uint64_t n, std::vector<double> &a) {
+    {"rank one",
+     [](uint64_t m, uint64_t n, std::vector<double> &a) {
          for (uint64_t i = 0; i < m; i++)
              for (uint64_t j = 0; j < n; j++) a[i * n + j] = static_cast<double>(i + 1) * static_cast<double>(j + 2);
      }},
-    {"half rank", [](uint64_t m, uint64_t n, std::vector<double> &a) {
+    {"half rank",
+     [](uint64_t m, uint64_t n, std::vector<double> &a) {
          for (uint64_t i = 0; i < m; i++)
              for (uint64_t j = n / 2; j < n; j++) a[i * n + j] = a[i * n + j - n / 2];
      }},
-    {"zero", [](uint64_t, uint64_t, std::vector<double> &a) { for (double &x : a) x = 0.0; }},
-    {"zero but one entry", [](uint64_t, uint64_t, std::vector<double> &a) {
+    {"zero",
+     [](uint64_t, uint64_t, std::vector<double> &a) {
+         for (double &x : a) x = 0.0;
+     }},
+    {"zero but one entry",
+     [](uint64_t, uint64_t, std::vector<double> &a) {
          for (uint64_t i = 0; i + 1 < a.size(); i++) a[i] = 0.0;
      }},
-    {"identity", [](uint64_t m, uint64_t n, std::vector<double> &a) {
+    {"identity",
+     [](uint64_t m, uint64_t n, std::vector<double> &a) {
          for (uint64_t i = 0; i < m; i++)
              for (uint64_t j = 0; j < n; j++) a[i * n + j] = i == j ? 1.0 : 0.0;
      }},
-    {"bidiagonal with zeros on the diagonal", [](uint64_t m, uint64_t n, std::vector<double> &a) {
+    {"bidiagonal with zeros on the diagonal",
+     [](uint64_t m, uint64_t n, std::vector<double> &a) {
          for (uint64_t i = 0; i < m; i++)
              for (uint64_t j = 0; j < n; j++)
                  if (!(j == i + 1 || (j == i && i % 3 != 1))) a[i * n + j] = 0.0;
      }},
-    {"all equal", [](uint64_t, uint64_t, std::vector<double> &a) { for (double &x : a) x = 0.1; }},
-    {"tiny", [](uint64_t, uint64_t, std::vector<double> &a) { for (double &x : a) x *= 1e-300; }},
-    {"huge", [](uint64_t, uint64_t, std::vector<double> &a) { for (double &x : a) x *= 1e306; }},
-    {"tiny beside ordinary", [](uint64_t, uint64_t n, std::vector<double> &a) {
+    {"all equal",
+     [](uint64_t, uint64_t, std::vector<double> &a) {
+         for (double &x : a) x = 0.1;
+     }},
+    {"tiny",
+     [](uint64_t, uint64_t, std::vector<double> &a) {
+         for (double &x : a) x *= 1e-300;
+     }},
+    {"huge",
+     [](uint64_t, uint64_t, std::vector<double> &a) {
+         for (double &x : a) x *= 1e306;
+     }},
+    {"tiny beside ordinary",
+     [](uint64_t, uint64_t n, std::vector<double> &a) {
          for (uint64_t i = 0; i < a.size(); i++)
              if (i % n > 0) a[i] *= 1e-170;
      }},
 };
 
 TEST(Decomposition, ReproducesEveryKindOfMatrixByOrthogonalFactors) {
-    const std::pair<uint64_t, uint64_t> shapes[] = {{1, 1}, {1, 5}, {5, 1},  {2, 2},   {3, 2},   {2, 3},   {8, 8},
+    const std::pair<uint64_t, uint64_t> shapes[] = {{1, 1}, {1, 5}, {5, 1},   {2, 2},   {3, 2},   {2, 3},   {8, 8},
                                                     {9, 7}, {7, 9}, {24, 24}, {25, 25}, {40, 23}, {23, 40}, {70, 66}};
     long double worst = 0;
     for (const Kind &kind : kinds)
@@ -153,9 +176,9 @@ TEST(Decomposition, ReproducesEveryKindOfMatrixByOrthogonalFactors) {
     std::printf("worst ratio %.2Lf\n", worst);
 }
 
-// D B D, D from 1 to 1e-7, B well conditioned: the entries are graded over 14 decades, and every singular value is determined to a small
-// multiple of eps relative to itself. Reference: one-sided Jacobi in extended precision, which keeps
-// that accuracy on columns of any scale (Demmel and Veselic 1992).
+// D B D, D from 1 to 1e-7, B well conditioned: the entries are graded over 14 decades, and every singular value is
+// determined to a small multiple of eps relative to itself. Reference: one-sided Jacobi in extended precision, which
+// keeps that accuracy on columns of any scale (Demmel and Veselic 1992).
 std::vector<long double> jacobi_values(uint64_t n, std::vector<long double> a) { // columns of a, ascending result
     for (int sweep = 0; sweep < 60; sweep++) {
         long double worst = 0;
@@ -311,8 +334,10 @@ TEST(Decomposition, EndsWithoutConvergenceOnNanInfinityAndNoSweeps) {
 }
 
 TEST(Decomposition, ReportsTheFirstFaultInOrder) {
-    const std::string rows_missing = "Requested number of rows (4) starting from index (2) is not available in input matrix (5).";
-    const std::string cols_missing = "Requested number of columns (9) starting from index (1) is not available in input matrix (4).";
+    const std::string rows_missing =
+        "Requested number of rows (4) starting from index (2) is not available in input matrix (5).";
+    const std::string cols_missing =
+        "Requested number of columns (9) starting from index (1) is not available in input matrix (4).";
     const Matrix A(5, 4, std::vector<double>(20, 1.0));
     sarvo_matrix *ints = nullptr;
     test::expect_success(sarvo_matrix_alloc(&ints, SARVO_INT32, 0, 2, 2));
@@ -357,7 +382,8 @@ Entries read_matrix_market(const std::string &path) {
     const bool coordinate = banner.find("coordinate") != std::string::npos;
     const bool pattern = banner.find("pattern") != std::string::npos;
     const bool symmetric = banner.find(" symmetric") != std::string::npos;
-    while (std::getline(file, line) && line[0] == '%') {}
+    while (std::getline(file, line) && line[0] == '%') {
+    }
     std::istringstream sizes(line);
     Entries m;
     uint64_t stored = 0;

@@ -50,7 +50,8 @@ struct Refused : test::AllocationScenario {
 };
 
 template <class Scenario> void expect_survives(const char *name, uint64_t allocations) {
-    EXPECT_EQ(test::expect_survives_allocation_failures(name, [] { return std::make_unique<Scenario>(); }), allocations);
+    EXPECT_EQ(test::expect_survives_allocation_failures(name, [] { return std::make_unique<Scenario>(); }),
+              allocations);
 }
 
 TEST(Allocation, EveryOperationSurvivesEveryFailure) {

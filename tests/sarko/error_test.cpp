@@ -43,8 +43,12 @@ TEST(Error, OwnTextStandsBeforeTheRegisteredMessage) {
         const char *text, *message;
     };
     const Case cases[] = {
-        {SarvoSizeEC, nullptr, "Incorrect size"}, {SarvoSizeEC, "own", "own"}, {SarvoSizeEC, "", ""},
-        {0, nullptr, "Unknown error"},            {0, "own", "own"},           {4097, nullptr, "Unknown error"},
+        {SarvoSizeEC, nullptr, "Incorrect size"},
+        {SarvoSizeEC, "own", "own"},
+        {SarvoSizeEC, "", ""},
+        {0, nullptr, "Unknown error"},
+        {0, "own", "own"},
+        {4097, nullptr, "Unknown error"},
     };
     for (const Case &c : cases) {
         const sarko_error_t e = make(c.code, c.text);
@@ -83,7 +87,8 @@ TEST(Error, FormattedTextsOfAnyLength) {
     EXPECT_EQ(sarko_error_message(e), "18446744073709551615 -7 " + word);
     sarko_error_clear(e);
     const char *no_format = nullptr;
-    test::expect_error(sarko_error_createf_i(0, SarvoSizeEC, 0, 0, 0, 0, no_format, 0), SarvoSizeEC, {"Incorrect size"});
+    test::expect_error(sarko_error_createf_i(0, SarvoSizeEC, 0, 0, 0, 0, no_format, 0), SarvoSizeEC,
+                       {"Incorrect size"});
 }
 
 TEST(Error, WrapKeepsCodeAndKindAndOwnsItsCause) {
@@ -156,7 +161,7 @@ TEST(Malfunction, HandlerIsCalledAndTheErrorClearedAfterwards) {
 TEST(MalfunctionDeathTest, DefaultHandlerPrintsTheChainAndAborts) {
     EXPECT_EXIT(sarko_error_malfunction(wrap(make(0, "root", SARKO_KIND_MALFUNCTION), "outer")),
                 testing::KilledBySignal(SIGABRT),
-                    "error 0 \\(malfunction\\): outer\n  caused by error 0 \\(malfunction\\): root");
+                "error 0 \\(malfunction\\): outer\n  caused by error 0 \\(malfunction\\): root");
 }
 
 TEST(Registry, CodesCountFromOneAndNullsAreRefused) {

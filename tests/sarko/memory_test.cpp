@@ -130,20 +130,20 @@ TEST(Hooks, ReceiveEveryCallWithTheirContext) {
         ~Restore() { sarko_mem_set_hooks(&hooks); }
     } restore;
     Log log;
-    sarko_mem_hooks hooks = {
-        [](uint64_t bytes, int32_t zeroed, void *ctx) {
-            static_cast<Log *>(ctx)->calls += "alloc " + std::to_string(bytes) + (zeroed ? " zeroed;" : ";");
-            return calloc(1, bytes);
-        },
-        [](void *p, uint64_t bytes, void *ctx) {
-            static_cast<Log *>(ctx)->calls += "resize " + std::to_string(bytes) + ";";
-            return realloc(p, bytes);
-        },
-        [](void *p, void *ctx) {
-            static_cast<Log *>(ctx)->calls += "release;";
-            free(p);
-        },
-        &log};
+    sarko_mem_hooks hooks = {[](uint64_t bytes, int32_t zeroed, void *ctx) {
+                                 static_cast<Log *>(ctx)->calls +=
+                                     "alloc " + std::to_string(bytes) + (zeroed ? " zeroed;" : ";");
+                                 return calloc(1, bytes);
+                             },
+                             [](void *p, uint64_t bytes, void *ctx) {
+                                 static_cast<Log *>(ctx)->calls += "resize " + std::to_string(bytes) + ";";
+                                 return realloc(p, bytes);
+                             },
+                             [](void *p, void *ctx) {
+                                 static_cast<Log *>(ctx)->calls += "release;";
+                                 free(p);
+                             },
+                             &log};
     sarko_mem_set_hooks(&hooks);
     hooks = {}; // a copy is installed
     void *p = nullptr;
@@ -167,7 +167,8 @@ TEST(OffsetVector, EveryIndexOfTheRangeIsAZeroedElement) {
     struct Range {
         int64_t lowest, highest;
     };
-    for (const Range r : {Range{0, 9}, {1, 10}, {-5, 4}, {-9, -3}, {1000000007, 1000000009}, {INT64_MIN, INT64_MIN + 2}}) {
+    for (const Range r :
+         {Range{0, 9}, {1, 10}, {-5, 4}, {-9, -3}, {1000000007, 1000000009}, {INT64_MIN, INT64_MIN + 2}}) {
         const uint64_t lowest = static_cast<uint64_t>(r.lowest), highest = static_cast<uint64_t>(r.highest);
         void *p = nullptr;
         test::expect_success(sarko_mem_vector_alloc(&p, sizeof(double), lowest, highest));
@@ -188,10 +189,9 @@ TEST(OffsetMatrix, RowsFollowEachOtherInOneBlock) {
     };
     for (const Range r : {Range{0, 2, 0, 3}, {1, 3, 1, 4}, {-1, 1, -2, 1}, {-7, -5, 100, 102}, {5, 5, -1, -1}}) {
         void *p = nullptr;
-        test::expect_success(sarko_mem_matrix_alloc(&p, sizeof(double), static_cast<uint64_t>(r.lowest_row),
-                                                    static_cast<uint64_t>(r.highest_row),
-                                                        static_cast<uint64_t>(r.lowest_col),
-                                                    static_cast<uint64_t>(r.highest_col)));
+        test::expect_success(sarko_mem_matrix_alloc(
+            &p, sizeof(double), static_cast<uint64_t>(r.lowest_row), static_cast<uint64_t>(r.highest_row),
+            static_cast<uint64_t>(r.lowest_col), static_cast<uint64_t>(r.highest_col)));
         const uintptr_t rows = reinterpret_cast<uintptr_t>(p);
         const double *next = nullptr;
         for (int64_t i = r.lowest_row; i <= r.highest_row; i++) {
@@ -229,9 +229,9 @@ TEST(OffsetVector, SizesThatOverflowAreRefused) {
         uint64_t size, rows, cols;
         bool overflows; // else it is merely too much
     };
-    const Case cases[] = {{1ull << 32, 1ull << 32, 1, true},  {1ull << 33, 1ull << 31, 1, true},
-                          {16, 1ull << 59, 1, false},         {UINT64_MAX, 2, 1, true},
-                          {8, 1ull << 62, 1, true},           {1, 1ull << 32, 1ull << 32, true},
+    const Case cases[] = {{1ull << 32, 1ull << 32, 1, true}, {1ull << 33, 1ull << 31, 1, true},
+                          {16, 1ull << 59, 1, false},        {UINT64_MAX, 2, 1, true},
+                          {8, 1ull << 62, 1, true},          {1, 1ull << 32, 1ull << 32, true},
                           {1, 3, (1ull << 62) + 1, false}};
     for (const Case &c : cases) {
         void *p = &p;

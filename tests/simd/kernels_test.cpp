@@ -1,5 +1,5 @@
-// Every level of the vector kernels gives the bits of the literal loops, on awkward sizes and special values; the literal loops
-// give what their formulas say.
+// Every level of the vector kernels gives the bits of the literal loops, on awkward sizes and special values; the
+// literal loops give what their formulas say.
 #include "simd/simd.h"
 
 #include <algorithm>
@@ -45,7 +45,8 @@ struct Guarded {
     }
 };
 
-// Runs `operation(table, storage)` with the literal loops and with each level on copies of `storage`; demands equal bits.
+// Runs `operation(table, storage)` with the literal loops and with each level on copies of `storage`; demands equal
+// bits.
 template <class Operation>
 void expect_same_bits(const std::vector<double> &storage, const std::string &what, Operation operation) {
     Guarded expected(storage);
@@ -128,13 +129,12 @@ TEST(Product, EveryLevelHasTheBitsOfTheLoops) {
                                           std::to_string(s.k) + (special ? ", special values" : "") +
                                           (transposed ? ", transposed" : "");
                 for (const bool accumulate : {false, true})
-                    expect_same_bits(c, (accumulate ? "product_add" : "product") + shape,
-                                     [&](const Kernels &k, double *p) {
-                                         std::vector<double> work(k.product_work(s.m, s.n, s.k) + 1);
-                                         (accumulate ? k.product_add : k.product)(s.m, s.n, s.k, a.data(), a_row, a_col,
-                                                                                  b.data(), s.n + 1, p, s.n + 2,
-                                                                                  work.data());
-                                     });
+                    expect_same_bits(
+                        c, (accumulate ? "product_add" : "product") + shape, [&](const Kernels &k, double *p) {
+                            std::vector<double> work(k.product_work(s.m, s.n, s.k) + 1);
+                            (accumulate ? k.product_add : k.product)(s.m, s.n, s.k, a.data(), a_row, a_col, b.data(),
+                                                                     s.n + 1, p, s.n + 2, work.data());
+                        });
             }
 }
 
@@ -212,7 +212,8 @@ TEST(Rotations, EveryLevelHasTheBitsOfTheLoops) {
                              [&](const Kernels &k, double *p) { k.rotate(n, c, s, p, p + n); });
         }
     const uint64_t rows = 12;
-    const std::vector<std::pair<uint64_t, uint64_t>> ranges = {{0, 0}, {0, 1}, {3, 5}, {0, 3}, {2, 6}, {1, 11}, {0, 11}};
+    const std::vector<std::pair<uint64_t, uint64_t>> ranges = {{0, 0}, {0, 1},  {3, 5}, {0, 3},
+                                                               {2, 6}, {1, 11}, {0, 11}};
     for (const uint64_t n : {0u, 1u, 8u, 15u, 31u, 33u, 70u})
         for (const uint64_t sweeps : {0u, 1u, 2u, 3u, 4u, 5u, 8u, 11u})
             for (const auto &range : ranges)

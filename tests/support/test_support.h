@@ -1,7 +1,7 @@
 // Shared by all test programs: counting and failing memory hooks, expectations about errors, comparison of bits.
 //
-// Every program that links this library runs on counting hooks, starts libsarvo before its first test, and fails if a block is
-// still live after its last one.
+// Every program that links this library runs on counting hooks, starts libsarvo before its first test, and fails if a
+// block is still live after its last one.
 #pragma once
 
 #include <stdint.h>
@@ -19,8 +19,8 @@ namespace test {
 
 // ---- Memory ----
 
-// Counts blocks handed out and still live; can make allocations fail; never serves more than 4 GiB at once. Allocations are
-// counted from 1 after arm().
+// Counts blocks handed out and still live; can make allocations fail; never serves more than 4 GiB at once. Allocations
+// are counted from 1 after arm().
 namespace memory {
 int64_t live_blocks();
 sarko_mem_hooks hooks();                        // to install them again after other hooks
@@ -28,19 +28,19 @@ void arm(uint64_t fail_at, bool from_there_on); // the fail_at-th allocation fai
 bool disarm();                                  // true when an allocation was made to fail since arm()
 } // namespace memory
 
-// One operation that allocates, with everything it needs. Derived classes make the inputs in their constructor and free all
-// objects in their destructor.
+// One operation that allocates, with everything it needs. Derived classes make the inputs in their constructor and free
+// all objects in their destructor.
 class AllocationScenario {
 public:
     virtual ~AllocationScenario() = default;
-    virtual sarko_error_t run() = 0;                                       // the operation
-    virtual std::string inputs() const { return {}; }                      // bytes that a failure must not change
-    virtual std::string result() const = 0;                                // bytes that a successful run leaves
+    virtual sarko_error_t run() = 0;                  // the operation
+    virtual std::string inputs() const { return {}; } // bytes that a failure must not change
+    virtual std::string result() const = 0;           // bytes that a successful run leaves
 };
 
-// Makes each allocation of the operation fail in turn, once and from there on: run() must return an error, leave the inputs
-// bit for bit, leak nothing once the error is cleared, and succeed on a retry with the result of an undisturbed run. An operation whose
-// undisturbed run fails (an error path) must fail on the retry with the same code and message.
+// Makes each allocation of the operation fail in turn, once and from there on: run() must return an error, leave the
+// inputs bit for bit, leak nothing once the error is cleared, and succeed on a retry with the result of an undisturbed
+// run. An operation whose undisturbed run fails (an error path) must fail on the retry with the same code and message.
 // Returns the number of allocations that the undisturbed run makes.
 uint64_t expect_survives_allocation_failures(const std::string &name,
                                              const std::function<std::unique_ptr<AllocationScenario>()> &make);
@@ -77,10 +77,10 @@ class Random {
 public:
     explicit Random(uint64_t seed) : state_(seed * 2685821657736338717u + 88172645463325252u) {}
     uint64_t next();
-    double uniform();               // [0, 1)
+    double uniform(); // [0, 1)
     double symmetric() { return 2.0 * uniform() - 1.0; }
     uint64_t below(uint64_t bound) { return next() % bound; }
-    double special();               // now and then a zero, -0, infinity, NaN, subnormal, huge or tiny value, else symmetric
+    double special(); // now and then a zero, -0, infinity, NaN, subnormal, huge or tiny value, else symmetric
 
 private:
     uint64_t state_;

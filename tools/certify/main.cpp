@@ -1,6 +1,8 @@
-// sarvo_certify: fits the example data from each of their starts and counts the digits that agree with the certified results.
+// sarvo_certify: fits the example data from each of their starts and counts the digits that agree with the certified
+// results.
 //
-// usage: sarvo_certify FILE.csv...      exit code 1 when a parameter or a standard deviation has fewer than 4 certified digits
+// usage: sarvo_certify FILE.csv...      exit code 1 when a parameter or a standard deviation has fewer than 4 certified
+// digits
 //
 // The comments of a file say what to do and what must come out:
 //     # formula: y ~ b1*x^b2      # start 1: b1=1,b2=5      # certified b1: VALUE STANDARD_DEVIATION
@@ -112,7 +114,8 @@ int main(int argc, char **argv) {
         std::fputs("usage: sarvo_certify FILE.csv...\n", stderr);
         return 2;
     }
-    std::printf("Certified data (NIST): digits of the worst parameter and the worst standard deviation (11 are certified)\n\n");
+    std::printf(
+        "Certified data (NIST): digits of the worst parameter and the worst standard deviation (11 are certified)\n\n");
     std::printf("  %-9s %5s %6s %6s %6s %11s %11s   %s\n", "set", "start", "rows", "param.", "iter.", "parameter",
                 "std. dev.", "stopped because");
     bool enough = true;

@@ -98,7 +98,8 @@ int run(int argc, char **argv) {
         return app.exit(e);
     } catch (const CLI::ParseError &e) {
         const std::string unknown = unknown_word(app, words);
-        return complain((unknown.empty() ? std::string(e.what()) : unknown) + "\nsarvo --help shows what there is.", exit_usage);
+        return complain((unknown.empty() ? std::string(e.what()) : unknown) + "\nsarvo --help shows what there is.",
+                        exit_usage);
     } catch (const Failure &e) {
         return complain(e.what(), e.code());
     } catch (const std::exception &e) {

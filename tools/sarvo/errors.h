@@ -21,7 +21,8 @@ private:
 inline Failure usage_error(const std::string &message) { return {exit_usage, message}; }
 inline Failure input_error(const std::string &message) { return {exit_input, message}; }
 
-// A line of text with a caret under its character `position` (counted from 0; tabs are kept so that the caret stands right).
+// A line of text with a caret under its character `position` (counted from 0; tabs are kept so that the caret stands
+// right).
 inline std::string with_caret(const std::string &line, size_t position) {
     std::string below = "  ";
     for (size_t i = 0; i < position && i < line.size(); i++)

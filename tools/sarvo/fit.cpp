@@ -14,8 +14,8 @@
 namespace command {
 namespace {
 
-// Where a descent counts as having arrived: the largest share of the residual that a further step could explain (Bates and
-// Watts 1981 call its root the relative offset and find 1e-3 enough).
+// Where a descent counts as having arrived: the largest share of the residual that a further step could explain (Bates
+// and Watts 1981 call its root the relative offset and find 1e-3 enough).
 constexpr double arrived = 1e-4;
 
 // Sum of squares below which a fit is exact but for rounding, relative to that of the left side.
@@ -50,7 +50,8 @@ std::string row_name(const Table &table, size_t i) {
 Problem make_problem(const Table &table, const FitOptions &options) {
     std::vector<std::string> names;
     for (const auto &[name, value] : options.start) {
-        if (table.find(name)) throw usage_error("'" + name + "' is a column of " + table.source + " and cannot be a parameter");
+        if (table.find(name))
+            throw usage_error("'" + name + "' is a column of " + table.source + " and cannot be a parameter");
         for (const std::string &other : names)
             if (other == name) throw usage_error("parameter '" + name + "' has two starts");
         if (!std::isfinite(value)) throw usage_error("the start of '" + name + "' is not finite");
@@ -94,8 +95,8 @@ void require_finite_start(Problem &problem, const sarvo_vector *start) {
         bool finite = std::isfinite(problem.modelled(elements(start), i, gradient.data()));
         for (const double g : gradient) finite = finite && std::isfinite(g);
         if (!finite)
-            throw usage_error("at the start the formula or a derivative is not finite in " + row_name(problem.table, i) +
-                              ": give another --start");
+            throw usage_error("at the start the formula or a derivative is not finite in " +
+                              row_name(problem.table, i) + ": give another --start");
     }
 }
 
@@ -146,7 +147,8 @@ void iterate(const Problem &problem, sarvo_lsq &lsq, int limit,
         if (met > 0 || !accepted) {
             const bool there = relative_offset(lsq) <= arrived;
             if (there && accepted) {
-                result.reason = (lsq.flags & SARVO_LSQ_STEP_MET) ? "the step is within tolerance" : "the gradient is within tolerance";
+                result.reason = (lsq.flags & SARVO_LSQ_STEP_MET) ? "the step is within tolerance"
+                                                                 : "the gradient is within tolerance";
                 return;
             }
             if (there) {
@@ -200,8 +202,8 @@ double chi_square(Problem &problem, const std::vector<double> &x) {
     return sum;
 }
 
-// An undamped step from the minimum that the iteration found. Near it chi square is flat to its last bits and cannot lead any
-// further, while the step still gains digits: it is solved from the Jacobian itself, not from its square.
+// An undamped step from the minimum that the iteration found. Near it chi square is flat to its last bits and cannot
+// lead any further, while the step still gains digits: it is solved from the Jacobian itself, not from its square.
 void refine(Problem &problem, FitResult &result) {
     const Linearisation at(problem, result.estimates);
     if (!at.svd || at.svd->nullity > 0) return;

@@ -39,13 +39,13 @@ struct FitResult {
     long degrees_of_freedom = 0;
     int iterations = 0;
     bool converged = false;
-    std::string reason;    // why it stopped
-    std::string warning;   // about what the figures cannot tell; may be empty
-    double condition = 0;  // of the Jacobian with columns scaled to length 1
+    std::string reason;   // why it stopped
+    std::string warning;  // about what the figures cannot tell; may be empty
+    double condition = 0; // of the Jacobian with columns scaled to length 1
 };
 
-// Throws Failure: usage_error for options that do not fit the table, a formula that does not parse, fewer rows than parameters,
-// a start at which the model is not finite.
+// Throws Failure: usage_error for options that do not fit the table, a formula that does not parse, fewer rows than
+// parameters, a start at which the model is not finite.
 FitResult fit(const Table &table, const FitOptions &options,
               const std::function<void(const FitIteration &)> &progress = {});
 

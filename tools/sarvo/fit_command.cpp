@@ -17,22 +17,26 @@ namespace command {
 namespace {
 
 const char *const description =
-    "Fits the parameters of a formula to the columns of a table by Levenberg-Marquardt iteration with exact derivatives.\n"
+    "Fits the parameters of a formula to the columns of a table by Levenberg-Marquardt iteration with exact "
+    "derivatives.\n"
     "\n"
     "FORMULA is 'left ~ right': the left side an expression of columns, the right one of columns and parameters, with\n"
-    "+ - * / ^ (or **), parentheses, exp log log2 log10 log1p expm1 sqrt cbrt sin cos tan asin acos atan sinh cosh tanh\n"
-    "erf erfc abs, pow min max atan2 of two arguments, and the constants pi and e. Columns go by the names in the header\n"
+    "+ - * / ^ (or **), parentheses, exp log log2 log10 log1p expm1 sqrt cbrt sin cos tan asin acos atan sinh cosh "
+    "tanh\n"
+    "erf erfc abs, pow min max atan2 of two arguments, and the constants pi and e. Columns go by the names in the "
+    "header\n"
     "(c1, c2, ... without one) or by number as $1, $2, ...\n"
     "\n"
     "DATA is a text file of numbers (- for standard input), cells separated by commas, semicolons, tabs or blanks;\n"
     "lines that begin with # or % are skipped.";
 
-const char *const footer = "Exit codes: 0 converged, 1 not converged (the last state is printed), 2 usage, 3 unreadable input.\n"
-                           "\n"
-                           "Examples:\n"
-                           "  sarvo fit 'y ~ b1*(1-exp(-b2*x))' misra1a.csv --start b1=500,b2=1e-4\n"
-                           "  sarvo fit 'log(count) ~ a + b*$3' data.tsv --start a=0,b=1 --weights w --format json\n"
-                           "  grep -v bad data.txt | sarvo fit 'c2 ~ a*c1^p' - --start a=1,p=2 --verbose";
+const char *const footer =
+    "Exit codes: 0 converged, 1 not converged (the last state is printed), 2 usage, 3 unreadable input.\n"
+    "\n"
+    "Examples:\n"
+    "  sarvo fit 'y ~ b1*(1-exp(-b2*x))' misra1a.csv --start b1=500,b2=1e-4\n"
+    "  sarvo fit 'log(count) ~ a + b*$3' data.tsv --start a=0,b=1 --weights w --format json\n"
+    "  grep -v bad data.txt | sarvo fit 'c2 ~ a*c1^p' - --start a=1,p=2 --verbose";
 
 struct Arguments {
     FitOptions fit;
@@ -44,9 +48,11 @@ struct Arguments {
 };
 
 void print_iteration(const FitIteration &it) {
-    if (it.number == 1) std::fprintf(stderr, "%5s  %-22s %-10s %-10s %s\n", "iter", "chi square", "lambda", "gain", "tries");
+    if (it.number == 1)
+        std::fprintf(stderr, "%5s  %-22s %-10s %-10s %s\n", "iter", "chi square", "lambda", "gain", "tries");
     std::fprintf(stderr, "%5d  %-22s %-10s %-10s %u%s\n", it.number, general(it.chi_square, 15).c_str(),
-                 general(it.lambda, 4).c_str(), general(it.gain, 4).c_str(), it.tries, it.accepted ? "" : " (all rejected)");
+                 general(it.lambda, 4).c_str(), general(it.gain, 4).c_str(), it.tries,
+                 it.accepted ? "" : " (all rejected)");
 }
 
 int run_fit(const Arguments &arguments) {
@@ -54,7 +60,8 @@ int run_fit(const Arguments &arguments) {
     for (const std::string &text : arguments.start)
         for (const auto &item : parse_start(text)) options.start.push_back(item);
     const Table table = read_table(arguments.data);
-    const FitResult result = fit(table, options, arguments.verbose ? print_iteration : std::function<void(const FitIteration &)>());
+    const FitResult result =
+        fit(table, options, arguments.verbose ? print_iteration : std::function<void(const FitIteration &)>());
     const std::string text = arguments.format == "json"  ? fit_json(result)
                              : arguments.format == "csv" ? fit_csv(result)
                                                          : fit_table(result, options, arguments.digits);
@@ -71,15 +78,35 @@ Run add_fit(CLI::App &app) {
     app.footer(footer);
     app.add_option("FORMULA", a->fit.formula, "left ~ right")->required();
     app.add_option("DATA", a->data, "File of numbers, - for standard input")->required();
-    app.add_option("--start", a->start, "Parameters and where to begin: b1=500,b2=1e-4")->required()->take_all()->allow_extra_args(false)->type_name("NAME=VALUE,...");
+    app.add_option("--start", a->start, "Parameters and where to begin: b1=500,b2=1e-4")
+        ->required()
+        ->take_all()
+        ->allow_extra_args(false)
+        ->type_name("NAME=VALUE,...");
     app.add_option("--weights", a->fit.weights, "Column of weights of the squared residuals")->type_name("COLUMN");
-    app.add_flag("--known-variances", a->fit.known_variances, "Weights are 1/variance: do not scale standard errors by the residuals");
-    app.add_option("--tolx", a->fit.step_tolerance, "Step tolerance, relative")->capture_default_str()->check(CLI::NonNegativeNumber)->type_name("X");
-    app.add_option("--tolg", a->fit.gradient_tolerance, "Gradient tolerance")->capture_default_str()->check(CLI::NonNegativeNumber)->type_name("X");
-    app.add_option("--max-iterations", a->fit.max_iterations, "Limit of iterations")->capture_default_str()->check(CLI::Range(1, 1000000000))->type_name("N");
+    app.add_flag("--known-variances", a->fit.known_variances,
+                 "Weights are 1/variance: do not scale standard errors by the residuals");
+    app.add_option("--tolx", a->fit.step_tolerance, "Step tolerance, relative")
+        ->capture_default_str()
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("X");
+    app.add_option("--tolg", a->fit.gradient_tolerance, "Gradient tolerance")
+        ->capture_default_str()
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("X");
+    app.add_option("--max-iterations", a->fit.max_iterations, "Limit of iterations")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 1000000000))
+        ->type_name("N");
     app.add_flag("--verbose", a->verbose, "One line per iteration on standard error");
-    app.add_option("--format", a->format, "table, csv or json")->capture_default_str()->check(CLI::IsMember({"table", "csv", "json"}))->type_name("FORM");
-    app.add_option("--digits", a->digits, "Digits in the table")->capture_default_str()->check(CLI::Range(1, 17))->type_name("N");
+    app.add_option("--format", a->format, "table, csv or json")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"table", "csv", "json"}))
+        ->type_name("FORM");
+    app.add_option("--digits", a->digits, "Digits in the table")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 17))
+        ->type_name("N");
     return [a] { return run_fit(*a); };
 }
 

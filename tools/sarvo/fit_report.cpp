@@ -41,7 +41,8 @@ std::string fixed(double x) { // of a correlation
     const bool negative = x < 0.0;
     const long thousandths = std::lround(std::fabs(x) * 1000.0);
     std::string digits = std::to_string(thousandths % 1000);
-    return (negative ? "-" : "") + std::to_string(thousandths / 1000) + "." + std::string(3 - digits.size(), '0') + digits;
+    return (negative ? "-" : "") + std::to_string(thousandths / 1000) + "." + std::string(3 - digits.size(), '0') +
+           digits;
 }
 
 double t_value(const FitResult &r, size_t p) { return r.estimates[p] / r.standard_errors[p]; }
@@ -54,8 +55,7 @@ std::string json_string(const std::string &text) {
     std::string quoted = "\"";
     for (const char c : text) {
         if (c == '"' || c == '\\') quoted += '\\';
-        if (static_cast<unsigned char>(c) < 0x20)
-            quoted += std::string("\\u00") + hex[(c >> 4) & 15] + hex[c & 15];
+        if (static_cast<unsigned char>(c) < 0x20) quoted += std::string("\\u00") + hex[(c >> 4) & 15] + hex[c & 15];
         else quoted += c;
     }
     return quoted + "\"";
@@ -74,11 +74,13 @@ std::string csv_number(double x) { return std::isfinite(x) ? shortest(x) : ""; }
 
 std::string fit_table(const FitResult &r, const FitOptions &options, int digits) {
     std::string text = r.converged ? "Converged" : "NOT CONVERGED";
-    text += " after " + std::to_string(r.iterations) + (r.iterations == 1 ? " iteration: " : " iterations: ") + r.reason + ".\n\n";
+    text += " after " + std::to_string(r.iterations) + (r.iterations == 1 ? " iteration: " : " iterations: ") +
+            r.reason + ".\n\n";
 
     std::vector<std::vector<std::string>> rows = {{"parameter", "estimate", "standard error", "t"}};
     for (size_t p = 0; p < r.names.size(); p++)
-        rows.push_back({r.names[p], shown(r.estimates[p], digits), shown(r.standard_errors[p], digits), shown(t_value(r, p), 4)});
+        rows.push_back(
+            {r.names[p], shown(r.estimates[p], digits), shown(r.standard_errors[p], digits), shown(t_value(r, p), 4)});
     text += aligned(rows) + "\n";
 
     const auto line = [&](const std::string &name, const std::string &value) { rows.push_back({name, value}); };
@@ -90,7 +92,8 @@ std::string fit_table(const FitResult &r, const FitOptions &options, int digits)
     if (r.condition > 0.0) line("condition of the Jacobian", shown(r.condition, 3));
     size_t name_width = 0;
     for (const auto &row : rows) name_width = std::max(name_width, width(row[0]));
-    for (const auto &row : rows) text += "  " + row[0] + std::string(name_width - width(row[0]) + 2, ' ') + row[1] + "\n";
+    for (const auto &row : rows)
+        text += "  " + row[0] + std::string(name_width - width(row[0]) + 2, ' ') + row[1] + "\n";
 
     if (r.names.size() > 1 && r.warning.empty()) {
         rows = {{"correlation"}};
@@ -132,8 +135,9 @@ std::string fit_json(const FitResult &r) {
     text += ",\n  \"iterations\": " + std::to_string(r.iterations);
     text += ",\n  \"parameters\": [";
     for (size_t p = 0; p < r.names.size(); p++)
-        text += std::string(p ? "," : "") + "\n    {\"name\": " + json_string(r.names[p]) + ", \"estimate\": " +
-                json_number(r.estimates[p]) + ", \"standard_error\": " + json_number(r.standard_errors[p]) +
+        text += std::string(p ? "," : "") + "\n    {\"name\": " + json_string(r.names[p]) +
+                ", \"estimate\": " + json_number(r.estimates[p]) +
+                ", \"standard_error\": " + json_number(r.standard_errors[p]) +
                 ", \"t\": " + json_number(t_value(r, p)) + "}";
     text += "\n  ],\n  \"chi_square\": " + json_number(r.chi_square);
     text += ",\n  \"residual_sd\": " + json_number(r.residual_sd);

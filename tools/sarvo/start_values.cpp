@@ -16,7 +16,8 @@ std::string trimmed(const std::string &text) {
 bool is_name(const std::string &text) {
     if (text.empty() || (text[0] >= '0' && text[0] <= '9')) return false;
     for (const char c : text)
-        if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '.' || (c & 0x80)))
+        if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '.' ||
+              (c & 0x80)))
             return false;
     return true;
 }

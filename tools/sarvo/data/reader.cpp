@@ -59,7 +59,8 @@ char guess_separator(const std::string &line) {
     return ' ';
 }
 
-// A cell in quotes, `position` at the opening one; a doubled quote stands for one. Leaves `position` behind the closing one.
+// A cell in quotes, `position` at the opening one; a doubled quote stands for one. Leaves `position` behind the closing
+// one.
 Cell quoted_cell(const std::string &source, const Line &line, size_t *position) {
     Cell cell{"", *position};
     for (size_t i = *position + 1; i < line.text.size(); i++) {
@@ -122,7 +123,8 @@ void add_row(Table &table, const Line &line, const std::vector<Cell> &cells) {
     if (cells.size() != expected) {
         const size_t position = cells.size() > expected ? cells[expected].position : line.text.size();
         throw fault(table.source, line, position,
-                    "the row has " + std::to_string(cells.size()) + " cells, the first has " + std::to_string(expected));
+                    "the row has " + std::to_string(cells.size()) + " cells, the first has " +
+                        std::to_string(expected));
     }
     for (size_t c = 0; c < cells.size(); c++) {
         const std::string where = " (column '" + table.names[c] + "')";

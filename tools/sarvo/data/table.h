@@ -24,9 +24,10 @@ struct Table {
 // Reads a table from a file, "-" being standard input. See parse_table. Throws input_error.
 Table read_table(const std::string &path);
 
-// Reads a table from text. Comments (# or % first in a line) and blank lines are skipped; cells are separated by the first of
-// semicolon, tab and comma that the first row has outside quotes, else by blanks; the first row is a header when none of its cells is a
-// number. Every other cell must be a finite number; all rows must have as many cells as the first.
+// Reads a table from text. Comments (# or % first in a line) and blank lines are skipped; cells are separated by the
+// first of semicolon, tab and comma that the first row has outside quotes, else by blanks; the first row is a header
+// when none of its cells is a number. Every other cell must be a finite number; all rows must have as many cells as the
+// first.
 // Throws input_error "SOURCE:LINE:COLUMN: what" with the line and a caret.
 Table parse_table(const std::string &text, const std::string &source);
 

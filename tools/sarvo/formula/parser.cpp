@@ -92,7 +92,8 @@ private:
         size_t left = unary();
         for (;;) {
             const size_t place = position_;
-            if (text_.compare(position_, 2, "**") != 0 && take("*")) left = append({Op::multiply, left, unary()}, place);
+            if (text_.compare(position_, 2, "**") != 0 && take("*"))
+                left = append({Op::multiply, left, unary()}, place);
             else if (take("/")) left = append({Op::divide, left, unary()}, place);
             else return left;
         }
@@ -133,7 +134,9 @@ private:
         for (const auto &[open, close] : {std::pair{"(", ")"}, {"[", "]"}})
             if (take(open)) {
                 const size_t inner = sum();
-                if (!take(close)) throw fault(position_ == end_ ? "this is not closed" : unexpected(), position_ == end_ ? place : position_);
+                if (!take(close))
+                    throw fault(position_ == end_ ? "this is not closed" : unexpected(),
+                                position_ == end_ ? place : position_);
                 return inner;
             }
         if (position_ < end_ && (is_digit(text_[position_]) || text_[position_] == '.')) return number();
@@ -157,7 +160,8 @@ private:
     size_t name() {
         const size_t place = position_;
         position_++;
-        while (position_ < end_ && (is_letter(text_[position_]) || is_digit(text_[position_]) || text_[position_] == '.'))
+        while (position_ < end_ &&
+               (is_letter(text_[position_]) || is_digit(text_[position_]) || text_[position_] == '.'))
             position_++;
         const std::string word = text_.substr(place, position_ - place);
         skip_blanks();
@@ -176,8 +180,9 @@ private:
     std::string unknown_name(const std::string &word) const {
         std::vector<std::string> known = table_.names;
         known.insert(known.end(), parameters_.begin(), parameters_.end());
-        std::string text = word.front() == '$' ? "there is no column " + word
-                                               : "'" + word + "' is neither a column nor a parameter." + suggestion(word, known);
+        std::string text = word.front() == '$'
+                               ? "there is no column " + word
+                               : "'" + word + "' is neither a column nor a parameter." + suggestion(word, known);
         text += word.front() == '$' ? "" : " Columns:";
         for (size_t c = 0; word.front() != '$' && c < table_.names.size(); c++) text += " " + table_.names[c];
         if (word.front() != '$') text += ". A parameter needs a start: --start " + word + "=...";

@@ -4,8 +4,8 @@
 //     unary   = (+|-) unary | power                  power   = primary [ (^|**) unary ]      right to left
 //     primary = number | name | $N | function ( sum {, sum} ) | ( sum ) | [ sum ]
 //
-// so -x^2 is -(x^2) and 2^-1 is allowed. Functions: those of tape.h, pow, min, max, atan2. pi and e are constants unless a
-// column or parameter has the name.
+// so -x^2 is -(x^2) and 2^-1 is allowed. Functions: those of tape.h, pow, min, max, atan2. pi and e are constants
+// unless a column or parameter has the name.
 #pragma once
 
 #include <string>

@@ -35,7 +35,10 @@ const Function function_table[] = {
     {"tanh", el::tanh, [](double, double v) { return (1.0 - v) * (1.0 + v); }},
     {"erf", el::erf, [](double x, double) { return two_over_root_pi * el::exp(-x * x); }},
     {"erfc", el::erfc, [](double x, double) { return -two_over_root_pi * el::exp(-x * x); }},
-    {"abs", [](double x) { return std::fabs(x); }, [](double x, double) { return x < 0.0 ? -1.0 : x > 0.0 ? 1.0 : 0.0; }},
+    {"abs", [](double x) { return std::fabs(x); },
+     [](double x, double) { return x < 0.0   ? -1.0
+                                   : x > 0.0 ? 1.0
+                                             : 0.0; }},
 };
 
 // x^n from the highest bit of |n| down: square, then multiply by x where the bit is set; 1 over it for negative n.
@@ -49,7 +52,8 @@ double integer_power(double x, long n) {
     return n < 0 ? 1.0 / result : result;
 }
 
-// How a step with derivative factors f, g passes on those of its operands: f left' + g right'. Inactive operands give none.
+// How a step with derivative factors f, g passes on those of its operands: f left' + g right'. Inactive operands give
+// none.
 struct Factors {
     double left = 0.0, right = 0.0;
 };
@@ -118,7 +122,9 @@ double Tape::evaluate(std::span<const std::vector<double>> columns, size_t row, 
         const Step &s = steps_[i];
         double *d = work.derivatives.data() + i * count;
         if (is_leaf(s.op)) {
-            work.values[i] = s.op == Op::constant ? s.value : s.op == Op::column ? columns[s.left][row] : parameters[s.left];
+            work.values[i] = s.op == Op::constant ? s.value
+                             : s.op == Op::column ? columns[s.left][row]
+                                                  : parameters[s.left];
             for (size_t p = 0; gradient && s.active && p < count; p++) d[p] = p == s.left ? 1.0 : 0.0;
             continue;
         }

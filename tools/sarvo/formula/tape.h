@@ -12,11 +12,17 @@ enum class Op : unsigned char {
     constant,  // value
     column,    // input number `left`
     parameter, // parameter number `left`
-    add, subtract, multiply, divide, negate,
+    add,
+    subtract,
+    multiply,
+    divide,
+    negate,
     power,         // left ^ right
     integer_power, // left ^ n by repeated squaring, n = exponent
-    minimum, maximum, arc_tangent, // of two
-    function       // number `right` of the functions of one argument
+    minimum,
+    maximum,
+    arc_tangent, // of two
+    function     // number `right` of the functions of one argument
 };
 
 struct Step {
@@ -50,7 +56,8 @@ public:
     };
     Work work(size_t parameters) const;
 
-    // Value of the last step, row `row` of the input columns. With `gradient` not null its derivatives by the parameters.
+    // Value of the last step, row `row` of the input columns. With `gradient` not null its derivatives by the
+    // parameters.
     double evaluate(std::span<const std::vector<double>> columns, size_t row, std::span<const double> parameters,
                     double *gradient, Work &work) const;
 
