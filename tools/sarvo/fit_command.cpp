@@ -16,21 +16,17 @@
 namespace command {
 namespace {
 
-const char *const description =
-    "Fits the parameters of a formula to the columns of a table by Levenberg-Marquardt iteration with exact "
-    "derivatives.\n"
-    "\n"
+const char *const footer =
     "FORMULA is 'left ~ right': the left side an expression of columns, the right one of columns and parameters, with\n"
-    "+ - * / ^ (or **), parentheses, exp log log2 log10 log1p expm1 sqrt cbrt sin cos tan asin acos atan sinh cosh "
-    "tanh\n"
-    "erf erfc abs, pow min max atan2 of two arguments, and the constants pi and e. Columns go by the names in the "
-    "header\n"
-    "(c1, c2, ... without one) or by number as $1, $2, ...\n"
+    "+ - * / ^ (or **), parentheses, exp log log2 log10 log1p expm1 sqrt cbrt sin cos tan asin acos atan sinh cosh\n"
+    "tanh erf erfc abs, pow min max atan2 of two arguments, and the constants pi and e. Columns go by the names in "
+    "the\n"
+    "header (c1, c2, ... without one) or by number as $1, $2, ...\n"
     "\n"
     "DATA is a text file of numbers (- for standard input), cells separated by commas, semicolons, tabs or blanks;\n"
-    "lines that begin with # or % are skipped.";
-
-const char *const footer =
+    "lines that begin with # or % are skipped.\n"
+    "\n"
+    "Parameters are found by Levenberg-Marquardt iteration with exact derivatives.\n"
     "Exit codes: 0 converged, 1 not converged (the last state is printed), 2 usage, 3 unreadable input.\n"
     "\n"
     "Examples:\n"
@@ -70,42 +66,39 @@ int run_fit(const Arguments &arguments) {
     return result.converged ? exit_done : exit_not_converged;
 }
 
+// A validator whose name stays out of the help.
+CLI::Validator silent(CLI::Validator v) { return v.description(""); }
+
 } // namespace
 
 Run add_fit(CLI::App &app) {
     const auto a = std::make_shared<Arguments>();
-    app.description(description);
     app.footer(footer);
-    app.add_option("FORMULA", a->fit.formula, "left ~ right")->required();
-    app.add_option("DATA", a->data, "File of numbers, - for standard input")->required();
+    app.add_option("FORMULA", a->fit.formula, "left ~ right")->required()->type_name("");
+    app.add_option("DATA", a->data, "File of numbers, - for standard input")->required()->type_name("");
     app.add_option("--start", a->start, "Parameters and where to begin: b1=500,b2=1e-4")
         ->required()
         ->take_all()
         ->allow_extra_args(false)
-        ->type_name("NAME=VALUE,...");
+        ->type_name("NAME=X,...");
     app.add_option("--weights", a->fit.weights, "Column of weights of the squared residuals")->type_name("COLUMN");
     app.add_flag("--known-variances", a->fit.known_variances,
                  "Weights are 1/variance: do not scale standard errors by the residuals");
-    app.add_option("--tolx", a->fit.step_tolerance, "Step tolerance, relative")
-        ->capture_default_str()
-        ->check(CLI::NonNegativeNumber)
+    app.add_option("--tolx", a->fit.step_tolerance, "Step tolerance, relative (default 1e-11)")
+        ->check(silent(CLI::NonNegativeNumber))
         ->type_name("X");
-    app.add_option("--tolg", a->fit.gradient_tolerance, "Gradient tolerance")
-        ->capture_default_str()
-        ->check(CLI::NonNegativeNumber)
+    app.add_option("--tolg", a->fit.gradient_tolerance, "Gradient tolerance (default 0)")
+        ->check(silent(CLI::NonNegativeNumber))
         ->type_name("X");
-    app.add_option("--max-iterations", a->fit.max_iterations, "Limit of iterations")
-        ->capture_default_str()
-        ->check(CLI::Range(1, 1000000000))
+    app.add_option("--max-iterations", a->fit.max_iterations, "Limit of iterations (default 1000)")
+        ->check(silent(CLI::Range(1, 1000000000)))
         ->type_name("N");
     app.add_flag("--verbose", a->verbose, "One line per iteration on standard error");
-    app.add_option("--format", a->format, "table, csv or json")
-        ->capture_default_str()
-        ->check(CLI::IsMember({"table", "csv", "json"}))
+    app.add_option("--format", a->format, "table, csv or json; the last two in full precision (default table)")
+        ->check(silent(CLI::IsMember({"table", "csv", "json"})))
         ->type_name("FORM");
-    app.add_option("--digits", a->digits, "Digits in the table")
-        ->capture_default_str()
-        ->check(CLI::Range(1, 17))
+    app.add_option("--digits", a->digits, "Digits in the table, 1 to 17 (default 8)")
+        ->check(silent(CLI::Range(1, 17)))
         ->type_name("N");
     return [a] { return run_fit(*a); };
 }
