@@ -68,7 +68,7 @@ check_fused() {
 }
 
 check_names sarko SARKO_API "$root/src/sarko/exports.txt" "$sarko" "$root"/include/sarko/*.h
-check_names sarvo SARVO_API "$root/src/exports.txt" "$sarvo" "$root"/include/sarvo/*.h
+check_names sarvo SARVO_API "$root/src/exports.txt" "$sarvo" "$root"/include/sarvo/*.h "$root"/include/sarvo/*/*.h
 check_needs "$sarko" 'libc\.so\.6'
 check_needs "$sarvo" 'libc\.so\.6|libm\.so\.6|libsarko\.so\.1'
 check_fused "$sarko"
