@@ -7,6 +7,23 @@
     namespace sarvo::simd::level {                                                                                     \
     extern const Kernels table;                                                                                        \
     void add(uint64_t, const double *, const double *, double *);                                                      \
+    void subtract(uint64_t, const double *, const double *, double *);                                                 \
+    void multiply(uint64_t, const double *, const double *, double *);                                                 \
+    void divide(uint64_t, const double *, const double *, double *);                                                   \
+    void scale_add(uint64_t, double, const double *, const double *, double *);                                        \
+    uint64_t first_zero(uint64_t, const double *);                                                                     \
+    uint64_t min_index(uint64_t, const double *);                                                                      \
+    uint64_t max_index(uint64_t, const double *);                                                                      \
+    double max_abs(uint64_t, const double *);                                                                          \
+    void dot_rows(uint64_t, uint64_t, const double *, uint64_t, const double *, double *);                             \
+    void add_rows(uint64_t, uint64_t, const double *const *, const double *, double *);                                \
+    double max_row_sum(uint64_t, uint64_t, const double *, uint64_t);                                                  \
+    double max_column_sum(uint64_t, uint64_t, const double *, uint64_t);                                               \
+    void transpose(uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);                                  \
+    void product_transposed(uint64_t, uint64_t, uint64_t, const double *, uint64_t, uint64_t, const double *,          \
+                            uint64_t, double *, uint64_t, double *);                                                   \
+    void product_subtract(uint64_t, uint64_t, uint64_t, const double *, uint64_t, uint64_t, const double *, uint64_t,  \
+                          double *, uint64_t, double *);                                                               \
     void scale(uint64_t, double, const double *, double *);                                                            \
     void shift(uint64_t, double, const double *, double *);                                                            \
     void axpy(uint64_t, double, const double *, double *);                                                             \

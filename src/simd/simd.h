@@ -13,10 +13,33 @@ struct Kernels {
     const char *level; // "ref" (the literal loops), "v2", "v3", "v4"; elsewhere than on x86-64 "ref", "base"
 
     // ---- Element by element; out may be x or y exactly ----
-    void (*add)(uint64_t n, const double *x, const double *y, double *out); // out(i) = x(i) + y(i)
-    void (*scale)(uint64_t n, double s, const double *x, double *out);      // out(i) = s x(i)
-    void (*shift)(uint64_t n, double s, const double *x, double *out);      // out(i) = x(i) + s
-    void (*axpy)(uint64_t n, double s, const double *x, double *y);         // y(i) = y(i) + s x(i)
+    void (*add)(uint64_t n, const double *x, const double *y, double *out);                 // out(i) = x(i) + y(i)
+    void (*subtract)(uint64_t n, const double *x, const double *y, double *out);            // out(i) = x(i) - y(i)
+    void (*multiply)(uint64_t n, const double *x, const double *y, double *out);            // out(i) = x(i) y(i)
+    void (*divide)(uint64_t n, const double *x, const double *y, double *out);              // out(i) = x(i) / y(i)
+    void (*scale)(uint64_t n, double s, const double *x, double *out);                      // out(i) = s x(i)
+    void (*shift)(uint64_t n, double s, const double *x, double *out);                      // out(i) = x(i) + s
+    void (*axpy)(uint64_t n, double s, const double *x, double *y);                         // y(i) = y(i) + s x(i)
+    void (*scale_add)(uint64_t n, double s, const double *x, const double *y, double *out); // out(i) = y(i) + s x(i)
+
+    // ---- Searches ----
+    uint64_t (*first_zero)(uint64_t n, const double *x); // least i with x(i) == 0, else n
+    // Index of the smallest (largest) element, n > 0: the running extreme starts at x(0) and is replaced by a strictly
+    // smaller (larger) element only, so the first of equals and never a NaN, unless x(0) is one.
+    uint64_t (*min_index)(uint64_t n, const double *x);
+    uint64_t (*max_index)(uint64_t n, const double *x);
+    double (*max_abs)(uint64_t n, const double *x); // largest |x(i)|; 0 for n = 0, NaNs passed over
+
+    // ---- Rows and columns of a matrix: every sum ascends in one running sum from +0 ----
+    void (*dot_rows)(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const double *x,
+                     double *out); // out(i) = sum_j a(i,j) x(j)
+    // y(j) = y(j) + s(i) a_i(j), i = 0 .. count-1 ascending, a_i = rows[i]; y may be none of the rows.
+    void (*add_rows)(uint64_t count, uint64_t n, const double *const *rows, const double *s, double *y);
+    // Largest sum of magnitudes of a row (a column); 0 for an empty matrix, NaNs passed over.
+    double (*max_row_sum)(uint64_t rows, uint64_t n, const double *a, uint64_t lda);
+    double (*max_column_sum)(uint64_t rows, uint64_t n, const double *a, uint64_t lda);
+    void (*transpose)(uint64_t rows, uint64_t n, const double *a, uint64_t lda, double *out,
+                      uint64_t ldout); // out(j,i) = a(i,j)
 
     // ---- Product ----
     // c(i,j) = sum_{l=0..k-1} a(i,l) b(l,j): l ascending, one running sum from +0, terms with a(i,l) == 0 left out.
@@ -25,9 +48,14 @@ struct Kernels {
     //   work  product_work(m, n, k) doubles
     void (*product)(uint64_t m, uint64_t n, uint64_t k, const double *a, uint64_t a_row, uint64_t a_col,
                     const double *b, uint64_t ldb, double *c, uint64_t ldc, double *work);
-    // The same with the running sum started from c(i,j) and no term left out.
+    // The same with b stored transposed, n x k by rows with leading dimension ldb, and no term left out.
+    void (*product_transposed)(uint64_t m, uint64_t n, uint64_t k, const double *a, uint64_t a_row, uint64_t a_col,
+                               const double *b, uint64_t ldb, double *c, uint64_t ldc, double *work);
+    // c(i,j) = c(i,j) + a(i,l) b(l,j), respectively c(i,j) - a(i,l) b(l,j), l = 0 .. k-1 ascending, no term left out.
     void (*product_add)(uint64_t m, uint64_t n, uint64_t k, const double *a, uint64_t a_row, uint64_t a_col,
                         const double *b, uint64_t ldb, double *c, uint64_t ldc, double *work);
+    void (*product_subtract)(uint64_t m, uint64_t n, uint64_t k, const double *a, uint64_t a_row, uint64_t a_col,
+                             const double *b, uint64_t ldb, double *c, uint64_t ldc, double *work);
     uint64_t (*product_work)(uint64_t m, uint64_t n, uint64_t k);
 
     // ---- Sums in eight parts: elements i = p (mod 8) are summed into part p, i ascending, from +0; then

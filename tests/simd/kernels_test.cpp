@@ -92,7 +92,60 @@ TEST(Elementwise, EveryLevelHasTheBitsOfTheLoops) {
             expect_same_bits(storage, "scale" + size, [&](const Kernels &k, double *p) { k.scale(n, s, p, p); });
             expect_same_bits(storage, "shift" + size, [&](const Kernels &k, double *p) { k.shift(n, s, x.data(), p); });
             expect_same_bits(storage, "axpy" + size, [&](const Kernels &k, double *p) { k.axpy(n, s, x.data(), p); });
+            expect_same_bits(storage, "subtract" + size,
+                             [&](const Kernels &k, double *p) { k.subtract(n, x.data(), p, p); });
+            expect_same_bits(storage, "multiply" + size,
+                             [&](const Kernels &k, double *p) { k.multiply(n, x.data(), p, p); });
+            expect_same_bits(storage, "divide" + size,
+                             [&](const Kernels &k, double *p) { k.divide(n, x.data(), p, p); });
+            expect_same_bits(storage, "scale_add" + size,
+                             [&](const Kernels &k, double *p) { k.scale_add(n, s, p, x.data(), p); });
         }
+}
+
+TEST(Searches, EveryLevelFindsWhatTheLoopsFind) {
+    test::Random random(7);
+    for (const uint64_t n : lengths)
+        for (int round = 0; round < 40; round++) {
+            std::vector<double> x = values(n, random, round % 2 == 1);
+            if (round % 4 >= 2) // many equal values, both zeros among them
+                for (double &v : x) v = static_cast<double>(random.below(3)) * (random.below(2) ? 1.0 : -1.0);
+            for (const Kernels *k : levels()) {
+                const Kernels &loops = *levels()[0];
+                const std::string what = std::string(k->level) + ", n = " + std::to_string(n);
+                EXPECT_EQ(k->first_zero(n, x.data()), loops.first_zero(n, x.data())) << what;
+                EXPECT_EQ(test::bits(k->max_abs(n, x.data())), test::bits(loops.max_abs(n, x.data()))) << what;
+                if (n == 0) continue;
+                EXPECT_EQ(k->min_index(n, x.data()), loops.min_index(n, x.data())) << what;
+                EXPECT_EQ(k->max_index(n, x.data()), loops.max_index(n, x.data())) << what;
+            }
+        }
+}
+
+TEST(Rows, EveryLevelHasTheBitsOfTheLoops) {
+    test::Random random(8);
+    for (const uint64_t rows : {0u, 1u, 3u, 7u, 8u, 9u, 16u, 17u, 25u, 40u})
+        for (const uint64_t n : lengths)
+            for (const bool special : {false, true}) {
+                const uint64_t lda = n + 3;
+                const auto a = values(rows * lda, random, special), x = values(n, random, special);
+                const auto s = values(rows, random, special);
+                std::vector<const double *> pointers(rows);
+                for (uint64_t i = 0; i < rows; i++) pointers[i] = a.data() + i * lda;
+                const std::string shape = " " + std::to_string(rows) + " x " + std::to_string(n);
+                expect_same_bits(values(rows, random, special), "dot_rows" + shape,
+                                 [&](const Kernels &k, double *p) { k.dot_rows(rows, n, a.data(), lda, x.data(), p); });
+                expect_same_bits(values(n, random, special), "add_rows" + shape, [&](const Kernels &k, double *p) {
+                    k.add_rows(rows, n, pointers.data(), s.data(), p);
+                });
+                expect_same_bits(
+                    values(n * (rows + 2), random, special), "transpose" + shape,
+                    [&](const Kernels &k, double *p) { k.transpose(rows, n, a.data(), lda, p, rows + 2); });
+                expect_same_bits({1.0, 2.0}, "largest sums" + shape, [&](const Kernels &k, double *p) {
+                    p[0] = k.max_row_sum(rows, n, a.data(), lda);
+                    p[1] = k.max_column_sum(rows, n, a.data(), lda);
+                });
+            }
 }
 
 struct Shape {
@@ -128,13 +181,23 @@ TEST(Product, EveryLevelHasTheBitsOfTheLoops) {
                 const std::string shape = " " + std::to_string(s.m) + " x " + std::to_string(s.n) + " x " +
                                           std::to_string(s.k) + (special ? ", special values" : "") +
                                           (transposed ? ", transposed" : "");
-                for (const bool accumulate : {false, true})
-                    expect_same_bits(
-                        c, (accumulate ? "product_add" : "product") + shape, [&](const Kernels &k, double *p) {
-                            std::vector<double> work(k.product_work(s.m, s.n, s.k) + 1);
-                            (accumulate ? k.product_add : k.product)(s.m, s.n, s.k, a.data(), a_row, a_col, b.data(),
-                                                                     s.n + 1, p, s.n + 2, work.data());
-                        });
+                const std::vector<double> bt = values(s.n * (s.k + 1), random, special);
+                using Slot = decltype(Kernels::product);
+                const struct {
+                    const char *name;
+                    Slot Kernels::*slot;
+                    const std::vector<double> &b;
+                    uint64_t ldb;
+                } forms[] = {{"product", &Kernels::product, b, s.n + 1},
+                             {"product_add", &Kernels::product_add, b, s.n + 1},
+                             {"product_subtract", &Kernels::product_subtract, b, s.n + 1},
+                             {"product_transposed", &Kernels::product_transposed, bt, s.k + 1}};
+                for (const auto &form : forms)
+                    expect_same_bits(c, form.name + shape, [&](const Kernels &k, double *p) {
+                        std::vector<double> work(k.product_work(s.m, s.n, s.k) + 1);
+                        (k.*form.slot)(s.m, s.n, s.k, a.data(), a_row, a_col, form.b.data(), form.ldb, p, s.n + 2,
+                                       work.data());
+                    });
             }
 }
 

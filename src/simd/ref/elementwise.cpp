@@ -7,6 +7,18 @@ void add(uint64_t n, const double *x, const double *y, double *out) {
     for (uint64_t i = 0; i < n; i++) out[i] = x[i] + y[i];
 }
 
+void subtract(uint64_t n, const double *x, const double *y, double *out) {
+    for (uint64_t i = 0; i < n; i++) out[i] = x[i] - y[i];
+}
+
+void multiply(uint64_t n, const double *x, const double *y, double *out) {
+    for (uint64_t i = 0; i < n; i++) out[i] = x[i] * y[i];
+}
+
+void divide(uint64_t n, const double *x, const double *y, double *out) {
+    for (uint64_t i = 0; i < n; i++) out[i] = x[i] / y[i];
+}
+
 void scale(uint64_t n, double s, const double *x, double *out) {
     for (uint64_t i = 0; i < n; i++) out[i] = s * x[i];
 }
@@ -17,6 +29,10 @@ void shift(uint64_t n, double s, const double *x, double *out) {
 
 void axpy(uint64_t n, double s, const double *x, double *y) {
     for (uint64_t i = 0; i < n; i++) y[i] = y[i] + s * x[i];
+}
+
+void scale_add(uint64_t n, double s, const double *x, const double *y, double *out) {
+    for (uint64_t i = 0; i < n; i++) out[i] = y[i] + s * x[i];
 }
 
 } // namespace sarvo::simd::ref

@@ -1,0 +1,33 @@
+// Literal loops of the searches.
+#include "../levels.h"
+
+namespace sarvo::simd::ref {
+
+uint64_t first_zero(uint64_t n, const double *x) {
+    uint64_t i = 0;
+    while (i < n && x[i] != 0.0) i++;
+    return i;
+}
+
+uint64_t min_index(uint64_t n, const double *x) {
+    uint64_t best = 0;
+    for (uint64_t i = 1; i < n; i++)
+        if (x[i] < x[best]) best = i;
+    return best;
+}
+
+uint64_t max_index(uint64_t n, const double *x) {
+    uint64_t best = 0;
+    for (uint64_t i = 1; i < n; i++)
+        if (x[i] > x[best]) best = i;
+    return best;
+}
+
+double max_abs(uint64_t n, const double *x) {
+    double largest = 0.0;
+    for (uint64_t i = 0; i < n; i++)
+        if (__builtin_fabs(x[i]) > largest) largest = __builtin_fabs(x[i]);
+    return largest;
+}
+
+} // namespace sarvo::simd::ref

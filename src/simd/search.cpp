@@ -1,0 +1,78 @@
+// Searches through a vector: zeros, extremes, the largest magnitude.
+#include "levels.h"
+#include "vec.h"
+
+namespace sarvo::simd::SARVO_SIMD_LEVEL {
+namespace {
+
+constexpr uint64_t step = 4 * lanes; // four vectors at a time hide the latency of comparisons
+
+// The extreme value that a running extreme from x(0) on ends with: which of equals is the same value but for a zero's
+// sign. better(a, b): a replaces b.
+template <class Better> double extreme(uint64_t n, const double *x, Better better) {
+    Vec best[4];
+    for (Vec &b : best) b = broadcast(x[0]);
+    uint64_t i = 0;
+    for (; i + step <= n; i += step)
+        for (uint64_t v = 0; v < 4; v++) {
+            const Vec xi = load(x + i + v * lanes);
+            best[v] = better(xi, best[v]) ? xi : best[v];
+        }
+    double all[step];
+    for (uint64_t v = 0; v < 4; v++) store(all + v * lanes, best[v]);
+    double result = x[0];
+    for (uint64_t l = 0; l < step; l++)
+        if (better(all[l], result)) result = all[l];
+    for (; i < n; i++)
+        if (better(x[i], result)) result = x[i];
+    return result;
+}
+
+// Least index of an element equal to value (either zero for a zero); 0 when value is a NaN: then x(0) is.
+uint64_t first_equal(uint64_t n, const double *x, double value) {
+    if (value != value) return 0;
+    uint64_t i = 0;
+    for (; i + step <= n; i += step) {
+        auto equal = load(x + i) == broadcast(value);
+        for (uint64_t v = 1; v < 4; v++) equal |= load(x + i + v * lanes) == broadcast(value);
+        uint64_t found = 0;
+        for (uint64_t l = 0; l < lanes; l++) found |= static_cast<uint64_t>(equal[l]);
+        if (found) break;
+    }
+    while (i < n && x[i] != value) i++;
+    return i;
+}
+
+struct Smaller {
+    template <class T> auto operator()(const T &a, const T &b) const { return a < b; }
+};
+struct Larger {
+    template <class T> auto operator()(const T &a, const T &b) const { return a > b; }
+};
+
+} // namespace
+
+uint64_t first_zero(uint64_t n, const double *x) { return first_equal(n, x, 0.0); }
+
+uint64_t min_index(uint64_t n, const double *x) { return first_equal(n, x, extreme(n, x, Smaller{})); }
+
+uint64_t max_index(uint64_t n, const double *x) { return first_equal(n, x, extreme(n, x, Larger{})); }
+
+double max_abs(uint64_t n, const double *x) {
+    Vec most[4] = {};
+    uint64_t i = 0;
+    for (; i + step <= n; i += step)
+        for (uint64_t v = 0; v < 4; v++) {
+            const Vec a = magnitude(load(x + i + v * lanes));
+            most[v] = a > most[v] ? a : most[v];
+        }
+    double all[step], largest = 0.0;
+    for (uint64_t v = 0; v < 4; v++) store(all + v * lanes, most[v]);
+    for (uint64_t l = 0; l < step; l++)
+        if (all[l] > largest) largest = all[l];
+    for (; i < n; i++)
+        if (__builtin_fabs(x[i]) > largest) largest = __builtin_fabs(x[i]);
+    return largest;
+}
+
+} // namespace sarvo::simd::SARVO_SIMD_LEVEL
