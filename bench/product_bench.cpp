@@ -53,7 +53,7 @@ int main(int, char **argv) {
     bench::print_environment("OpenBLAS of Debian 12 (0.3.21), fused multiply-add");
     std::printf("%5s | sarvo | dgemm | ratio\n", "n");
     bool right = true;
-    for (const auto &[n, rounds] : {std::pair{16, 1001}, {64, 301}, {256, 101}, {512, 31}, {1024, 9}})
+    for (const auto &[n, rounds] : {std::pair{2, 9001}, {4, 9001}, {8, 9001}, {16, 1001}, {32, 1001}, {64, 301}, {96, 301}, {128, 301}, {256, 101}, {512, 31}, {1024, 9}})
         right = run(n, rounds) && right;
     sarvo_terminate();
     return right ? 0 : 1;

@@ -32,6 +32,7 @@
 #ifndef SARVO_MH_H
 #define SARVO_MH_H
 
+#include <sarvo/mh/arithmetic.h>
 #include <sarvo/mh/objects.h>
 
 #endif
