@@ -34,5 +34,7 @@
 
 #include <sarvo/mh/arithmetic.h>
 #include <sarvo/mh/objects.h>
+#include <sarvo/mh/permutation.h>
+#include <sarvo/mh/solve.h>
 
 #endif

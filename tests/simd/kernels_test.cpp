@@ -98,6 +98,8 @@ TEST(Elementwise, EveryLevelHasTheBitsOfTheLoops) {
                              [&](const Kernels &k, double *p) { k.multiply(n, x.data(), p, p); });
             expect_same_bits(storage, "divide" + size,
                              [&](const Kernels &k, double *p) { k.divide(n, x.data(), p, p); });
+            expect_same_bits(storage, "divide_by" + size,
+                             [&](const Kernels &k, double *p) { k.divide_by(n, s, p, p); });
             expect_same_bits(storage, "scale_add" + size,
                              [&](const Kernels &k, double *p) { k.scale_add(n, s, p, x.data(), p); });
         }
@@ -110,11 +112,17 @@ TEST(Searches, EveryLevelFindsWhatTheLoopsFind) {
             std::vector<double> x = values(n, random, round % 2 == 1);
             if (round % 4 >= 2) // many equal values, both zeros among them
                 for (double &v : x) v = static_cast<double>(random.below(3)) * (random.below(2) ? 1.0 : -1.0);
+            std::vector<double> scales =
+                values(n, random, round % 2 == 1); // largest magnitudes: 0 and infinity, no NaN
+            for (double &v : scales) v = std::isnan(v) ? 0.0 : std::fabs(v);
+            if (round % 8 >= 6) std::fill(scales.begin(), scales.end(), 0.5); // ties
             for (const Kernels *k : levels()) {
                 const Kernels &loops = *levels()[0];
                 const std::string what = std::string(k->level) + ", n = " + std::to_string(n);
                 EXPECT_EQ(k->first_zero(n, x.data()), loops.first_zero(n, x.data())) << what;
                 EXPECT_EQ(test::bits(k->max_abs(n, x.data())), test::bits(loops.max_abs(n, x.data()))) << what;
+                EXPECT_EQ(k->scaled_pivot(n, x.data(), scales.data()), loops.scaled_pivot(n, x.data(), scales.data()))
+                    << what;
                 if (n == 0) continue;
                 EXPECT_EQ(k->min_index(n, x.data()), loops.min_index(n, x.data())) << what;
                 EXPECT_EQ(k->max_index(n, x.data()), loops.max_index(n, x.data())) << what;
@@ -263,6 +271,27 @@ TEST(Sums, FusedHouseholderPassHasTheBitsOfTheLoops) {
                                      k.update2_accumulate(rows, n, p, lda, u.data(), y.data(), x.data(), v.data(),
                                                           t.data(), p + rows * lda);
                                  });
+            }
+}
+
+TEST(TriangularSystems, EveryLevelHasTheBitsOfTheLoops) {
+    test::Random random(9);
+    constexpr uint64_t strip = sarvo::simd::solve_strip;
+    for (const uint64_t n : {0u, 1u, 2u, 3u, 7u, 20u, 65u})
+        for (const uint64_t columns : {1u, 4u, 8u, 9u, 16u, 17u, 24u, 25u, 31u, 32u})
+            for (const bool special : {false, true}) {
+                const auto u = values(n * (n + 2), random, special);
+                const auto b = values(n * strip, random, special);
+                std::vector<double> expected = b;
+                levels()[0]->upper_solve_strip(n, u.data(), n + 2, columns, expected.data());
+                for (const Kernels *k : levels()) {
+                    Guarded x(b);
+                    k->upper_solve_strip(n, u.data(), n + 2, columns, x.data());
+                    EXPECT_TRUE(x.intact());
+                    for (uint64_t i = 0; i < n; i++)
+                        test::expect_equal_bits(x.data() + i * strip, expected.data() + i * strip, columns,
+                                                std::to_string(columns) + " systems, level " + k->level);
+                }
             }
 }
 
