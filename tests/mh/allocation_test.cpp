@@ -111,6 +111,10 @@ const Case cases[] = {
     {"LUcondest", [](Operands &o) { return sarvo_mh_LUcondest(o.A.p, o.identity.p, &o.number); }},
     {"m_inverse", [](Operands &o) { return sarvo_mh_m_inverse(o.A.p, &o.out.p); }},
     {"m_inverse large", [](Operands &o) { return sarvo_mh_m_inverse(o.large.p, &o.out.p); }},
+    {"m_pow", [](Operands &o) { return sarvo_mh_m_pow(o.A.p, -5, &o.out.p); }},
+    {"m_exp", [](Operands &o) { return sarvo_mh_m_exp(o.A.p, 0.0, &o.out.p); }},
+    {"m_exp refused", [](Operands &o) { return sarvo_mh_m_exp(o.A.p, -1.0, &o.out.p); }},
+    {"m_poly", [](Operands &o) { return sarvo_mh_m_poly(o.A.p, o.long_x.p, &o.out.p); }},
     {"m_inverse singular", [](Operands &o) { return sarvo_mh_m_inverse(o.singular.p, &o.out.p); }},
 };
 
