@@ -170,7 +170,7 @@ int main(int, char **argv) {
     bench::print_environment("OpenBLAS and LAPACK 0.3.21, Eigen 3.4 (fused multiply-add), libstdc++'s std::sort");
     Orders orders;
     bench::Growth sorting;
-    for (const uint64_t n : {2, 4, 8, 16, 64, 256, 512, 1024, 2048}) factorisations(n, orders);
+    for (const uint64_t n : {2, 4, 8, 16, 24, 32, 48, 64, 256, 512, 1024, 2048}) factorisations(n, orders);
     for (const uint64_t n : {4, 16, 64, 128, 256}) exponentials(n, orders);
     chains();
     for (const uint64_t n : {100, 1000, 10000, 100000, 1000000}) sorts(n, sorting);

@@ -6,13 +6,13 @@
 // the factors are finite. Otherwise, and when a result is not finite, the columns are solved one by one.
 #include <sarvo/mh/solve.h>
 
-#include <math.h>
 #include <string.h>
 
 #include "dense.h"
 #include "lu.h"
 #include "simd/simd.h"
 
+using sarvo::mh::all_finite;
 using sarvo::mh::Scratch;
 using sarvo::mh::smaller;
 using sarvo::mh::View;
@@ -23,12 +23,6 @@ namespace {
 
 constexpr uint64_t block = 32; // rows of inverse(L) at a time
 constexpr uint64_t strip = 96; // and columns: whole tiles of the product
-
-bool all_finite(const double *x, uint64_t n) {
-    uint64_t others = 0;
-    for (uint64_t i = 0; i < n; i++) others += !(fabs(x[i]) < INFINITY);
-    return others == 0;
-}
 
 bool has_zero_diagonal(const View &a) {
     for (uint64_t i = 0; i < a.rows; i++)
@@ -121,7 +115,7 @@ sarko_error_t sarvo_mh_m_inverse(const MAT *A, MAT **out) {
     const View lu = {work.get(), n, n, n};
     for (uint64_t i = 0; i < n; i++) memcpy(lu.p + i * n, A->row_ptrs[i], n * sizeof *lu.p);
     sarvo::mh::lu_factor(lu, px.get(), scratch);
-    if (all_finite(lu.p, n * n) && !has_zero_diagonal(lu)) {
+    if (all_finite(lu) && !has_zero_diagonal(lu)) {
         invert_lower(lu, y, scratch);
         if (solve_upper(lu, y, px.get(), x, sarvo::mh::view(**out))) return 0;
     }

@@ -14,6 +14,7 @@
 
 #include <sarvo/mh/solve.h>
 
+#include <math.h>
 #include <string.h>
 
 #include "simd/simd.h"
@@ -114,17 +115,68 @@ void update_right(const View &a, const Panel &panel, double *work) {
                                    work);
 }
 
+// ---- Small matrices: the stated loops ----
+
+constexpr uint64_t small = 24; // rows and columns; larger ones are faster by panels
+
+// Row of the pivot of column k, or a.rows for none.
+uint64_t find_pivot(const View &a, uint64_t k, const double *scale) {
+    uint64_t chosen = a.rows;
+    double best = 0.0;
+    for (uint64_t i = k; i < a.rows; i++) {
+        const double magnitude = fabs(a.p[i * a.ld + k]);
+        const double ratio = magnitude / scale[i];
+        if (ratio > best && 0.0 * magnitude == 0.0) { // finite
+            best = ratio;
+            chosen = i;
+        }
+    }
+    return chosen;
+}
+
+void factor_small(const View &a, uint32_t *px) {
+    double scale[small];
+    for (uint64_t i = 0; i < a.rows; i++) {
+        scale[i] = 0.0;
+        for (uint64_t j = 0; j < a.cols; j++) {
+            const double magnitude = fabs(a.p[i * a.ld + j]);
+            if (magnitude > scale[i]) scale[i] = magnitude;
+        }
+    }
+    for (uint64_t k = 0; k + 1 < smaller(a.rows, a.cols); k++) {
+        double *row_k = a.p + k * a.ld;
+        const uint64_t chosen = find_pivot(a, k, scale);
+        if (chosen == a.rows) {
+            row_k[k] = 0.0;
+            continue;
+        }
+        if (chosen != k) {
+            const uint32_t entry = px[k];
+            px[k] = px[chosen];
+            px[chosen] = entry;
+            for (uint64_t j = 0; j < a.cols; j++) exchange(row_k[j], a.p[chosen * a.ld + j]);
+        }
+        for (uint64_t i = k + 1; i < a.rows; i++) {
+            double *row = a.p + i * a.ld;
+            const double multiplier = row[k] = row[k] / row_k[k];
+            for (uint64_t j = k + 1; j < a.cols; j++) row[j] -= multiplier * row_k[j];
+        }
+    }
+}
+
 } // namespace
 
 namespace sarvo::mh {
 
 uint64_t lu_work(uint64_t rows, uint64_t cols) {
+    if (rows <= small && cols <= small) return 0;
     const uint64_t width = smaller(panel_width, cols);
     return rows + width * rows + kernels().product_work(rows, cols, width);
 }
 
 void lu_factor(const View &a, uint32_t *px, double *work) {
     for (uint64_t i = 0; i < a.rows; i++) px[i] = static_cast<uint32_t>(i);
+    if (a.rows <= small && a.cols <= small) return factor_small(a, px);
     double *scale = work;
     for (uint64_t i = 0; i < a.rows; i++) scale[i] = kernels().max_abs(a.cols, a.p + i * a.ld);
     const uint64_t positions = smaller(a.rows, a.cols);
