@@ -24,6 +24,14 @@ namespace {
 constexpr uint64_t block = 32; // rows of inverse(L) at a time
 constexpr uint64_t strip = 96; // and columns: whole tiles of the product
 
+constexpr uint64_t line = 8; // doubles of a cache line
+
+// The systems of a strip are loaded again and again: no vector of theirs should cross a line.
+double *aligned(double *p) {
+    const uint64_t beyond = reinterpret_cast<uintptr_t>(p) / sizeof(double) % line;
+    return beyond == 0 ? p : p + (line - beyond);
+}
+
 bool has_zero_diagonal(const View &a) {
     for (uint64_t i = 0; i < a.rows; i++)
         if (a.p[i * a.ld + i] == 0.0) return true;
@@ -107,12 +115,12 @@ sarko_error_t sarvo_mh_m_inverse(const MAT *A, MAT **out) {
     Scratch<double, 1536> work; // enough for n = 16
     Scratch<uint32_t, 16> px;
     const uint64_t rest = sarvo::mh::larger(sarvo::mh::lu_work(n, n), kernels().product_work(block, strip, n));
-    if (sarko_error_t e = work.allocate(2 * n * n + n * solve_strip + rest)) return e;
+    if (sarko_error_t e = work.allocate(2 * n * n + n * solve_strip + rest + line)) return e;
     if (sarko_error_t e = px.allocate(n)) return e;
     if (sarko_error_t e = sarvo::mh::size_at_least(out, n, n)) return e;
-    double *y = work.get() + n * n, *x = y + n * n;
-    double *scratch = x + n * solve_strip;
-    const View lu = {work.get(), n, n, n};
+    double *x = aligned(work.get()), *y = x + n * solve_strip;
+    const View lu = {y + n * n, n, n, n};
+    double *scratch = lu.p + n * n;
     for (uint64_t i = 0; i < n; i++) memcpy(lu.p + i * n, A->row_ptrs[i], n * sizeof *lu.p);
     sarvo::mh::lu_factor(lu, px.get(), scratch);
     if (all_finite(lu) && !has_zero_diagonal(lu)) {

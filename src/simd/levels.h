@@ -16,6 +16,7 @@
     uint64_t max_index(uint64_t, const double *);                                                                      \
     double max_abs(uint64_t, const double *);                                                                          \
     void dot_rows(uint64_t, uint64_t, const double *, uint64_t, const double *, double *);                             \
+    void max_abs_rows(uint64_t, uint64_t, const double *, uint64_t, double *);                                         \
     void add_rows(uint64_t, uint64_t, const double *const *, const double *, double *);                                \
     double max_row_sum(uint64_t, uint64_t, const double *, uint64_t);                                                  \
     double max_column_sum(uint64_t, uint64_t, const double *, uint64_t);                                               \

@@ -92,6 +92,20 @@ void dot_rows(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const do
     }
 }
 
+void max_abs_rows(uint64_t rows, uint64_t n, const double *a, uint64_t lda, double *out) {
+    uint64_t i = 0;
+    for (; i + lanes <= rows && n >= lanes; i += lanes) { // columns may be met twice: a maximum does not mind
+        Vec most = {};
+        for (uint64_t j = 0; j < n; j += lanes)
+            columns_of_block(a + i * lda + smaller(j, n - lanes), lda, [&most](uint64_t, Vec elements) {
+                const Vec x = magnitude(elements);
+                most = x > most ? x : most;
+            });
+        store(out + i, most);
+    }
+    for (; i < rows; i++) out[i] = max_abs(n, a + i * lda);
+}
+
 void add_rows(uint64_t count, uint64_t n, const double *const *rows, const double *s, double *y) {
     constexpr uint64_t long_row = 1024; // from there on rows are better read along
     uint64_t first = 0;

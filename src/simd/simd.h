@@ -39,6 +39,8 @@ struct Kernels {
     // ---- Rows and columns of a matrix: every sum ascends in one running sum from +0 ----
     void (*dot_rows)(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const double *x,
                      double *out); // out(i) = sum_j a(i,j) x(j)
+    void (*max_abs_rows)(uint64_t rows, uint64_t n, const double *a, uint64_t lda,
+                         double *out); // out(i) = max_abs of row i
     // y(j) = y(j) + s(i) a_i(j), i = 0 .. count-1 ascending, a_i = rows[i]; y may be none of the rows.
     void (*add_rows)(uint64_t count, uint64_t n, const double *const *rows, const double *s, double *y);
     // Largest sum of magnitudes of a row (a column); 0 for an empty matrix, NaNs passed over.

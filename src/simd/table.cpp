@@ -23,6 +23,7 @@ constexpr Kernels table = {
     .scaled_pivot = scaled_pivot,
     .max_abs = max_abs,
     .dot_rows = dot_rows,
+    .max_abs_rows = max_abs_rows,
     .add_rows = add_rows,
     .max_row_sum = max_row_sum,
     .max_column_sum = max_column_sum,
