@@ -40,6 +40,11 @@ constexpr Kernels table = {
     .rotate = rotate,
     .rotate_sweeps = rotate_sweeps,
     .rotate_scaled_sweeps = rotate_scaled_sweeps,
+    .mt_regenerate = mt_regenerate,
+    .mt_uniforms = mt_uniforms,
+    .mt_ziggurat = mt_ziggurat,
+    .gamma_trials = gamma_trials,
+    .fractions = fractions,
 };
 
 } // namespace sarvo::simd::SARVO_SIMD_LEVEL
