@@ -34,5 +34,6 @@
 
 #include <sarvo/mh/arithmetic.h>
 #include <sarvo/mh/objects.h>
+#include <sarvo/mh/fourier.h>
 
 #endif
