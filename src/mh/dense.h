@@ -61,6 +61,23 @@ inline uint64_t sum_of_counts(uint64_t x, uint64_t y) {
     return sarvo_mh_v_resize(v, dim);
 }
 
+// Work space, unset; up to inline_count elements of it without an allocation.
+template <class T, uint64_t inline_count> class Scratch {
+public:
+    [[nodiscard]] sarko_error_t allocate(uint64_t count) {
+        if (count <= inline_count) return 0;
+        const sarko_error_t e = block_.allocate_unset(count);
+        p_ = block_.get();
+        return e;
+    }
+    T *get() { return p_; }
+
+private:
+    T inline_[inline_count];
+    Buffer<T> block_;
+    T *p_ = inline_;
+};
+
 // Objects that live for one call.
 template <class Object, void (*release)(Object *)> class Temporary {
 public:

@@ -24,6 +24,9 @@
                             uint64_t, double *, uint64_t, double *);                                                   \
     void product_subtract(uint64_t, uint64_t, uint64_t, const double *, uint64_t, uint64_t, const double *, uint64_t,  \
                           double *, uint64_t, double *);                                                               \
+    void divide_by(uint64_t, double, const double *, double *);                                                        \
+    uint64_t scaled_pivot(uint64_t, const double *, const double *);                                                   \
+    void upper_solve_strip(uint64_t, const double *, uint64_t, uint64_t, double *);                                    \
     void scale(uint64_t, double, const double *, double *);                                                            \
     void shift(uint64_t, double, const double *, double *);                                                            \
     void axpy(uint64_t, double, const double *, double *);                                                             \

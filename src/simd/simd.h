@@ -9,6 +9,8 @@
 
 namespace sarvo::simd {
 
+constexpr uint64_t solve_strip = 32; // right-hand sides that upper_solve_strip takes together
+
 struct Kernels {
     const char *level; // "ref" (the literal loops), "v2", "v3", "v4"; elsewhere than on x86-64 "ref", "base"
 
@@ -17,6 +19,7 @@ struct Kernels {
     void (*subtract)(uint64_t n, const double *x, const double *y, double *out);            // out(i) = x(i) - y(i)
     void (*multiply)(uint64_t n, const double *x, const double *y, double *out);            // out(i) = x(i) y(i)
     void (*divide)(uint64_t n, const double *x, const double *y, double *out);              // out(i) = x(i) / y(i)
+    void (*divide_by)(uint64_t n, double s, const double *x, double *out);                  // out(i) = x(i) / s
     void (*scale)(uint64_t n, double s, const double *x, double *out);                      // out(i) = s x(i)
     void (*shift)(uint64_t n, double s, const double *x, double *out);                      // out(i) = x(i) + s
     void (*axpy)(uint64_t n, double s, const double *x, double *y);                         // y(i) = y(i) + s x(i)
@@ -28,6 +31,9 @@ struct Kernels {
     // smaller (larger) element only, so the first of equals and never a NaN, unless x(0) is one.
     uint64_t (*min_index)(uint64_t n, const double *x);
     uint64_t (*max_index)(uint64_t n, const double *x);
+    // Index of the first largest |x(i)| / s(i), s(i) >= 0, that is above 0; n when there is none. Elements x(i) that are
+    // not finite, and ratios that are NaN, are passed over.
+    uint64_t (*scaled_pivot)(uint64_t n, const double *x, const double *s);
     double (*max_abs)(uint64_t n, const double *x); // largest |x(i)|; 0 for n = 0, NaNs passed over
 
     // ---- Rows and columns of a matrix: every sum ascends in one running sum from +0 ----
@@ -57,6 +63,12 @@ struct Kernels {
     void (*product_subtract)(uint64_t m, uint64_t n, uint64_t k, const double *a, uint64_t a_row, uint64_t a_col,
                              const double *b, uint64_t ldb, double *c, uint64_t ldc, double *work);
     uint64_t (*product_work)(uint64_t m, uint64_t n, uint64_t k);
+
+    // ---- Triangular systems with many right-hand sides ----
+    // Solves U X = B in place, upper triangle with diagonal of u, for the first `columns` <= solve_strip right-hand sides
+    // that stand side by side in rows of solve_strip elements (the others may be solved too): i descending,
+    // x(i,:) = (b(i,:) - sum) / u(i,i), sum = sum_{j=i+1..n-1} u(i,j) x(j,:), j ascending from +0.
+    void (*upper_solve_strip)(uint64_t n, const double *u, uint64_t ldu, uint64_t columns, double *x);
 
     // ---- Sums in eight parts: elements i = p (mod 8) are summed into part p, i ascending, from +0; then
     // ((s0 + s4) + (s2 + s6)) + ((s1 + s5) + (s3 + s7)) ----
