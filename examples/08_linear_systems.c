@@ -4,8 +4,8 @@
 #include <sarvo/mh.h>
 
 int main(void) {
-    static const double rows[3][3] = {{2, 1, 1}, {4, 3, 3}, {8, 7, 9}};
-    static const double right[3] = {4, 10, 24};
+    static const double rows[3][3] = {{8, 7, 9}, {4, 3, 3}, {2, 1, 1}};
+    static const double right[3] = {24, 10, 4};
     if (sarvo_initialize() != 0) return 1;
     MAT *A = NULL, *LU = NULL, *inverse = NULL, *product = NULL;
     VEC *b = NULL, *x = NULL, *residual = NULL;
@@ -42,7 +42,7 @@ int main(void) {
     if (!e) e = sarvo_mh_v_sort(b, &order); /* order: where each element stood */
     if (!e) sarvo_mh_px_foutput(stdout, order);
 
-    A->row_ptrs[2][0] = 6, A->row_ptrs[2][1] = 4, A->row_ptrs[2][2] = 4; /* now the sum of the rows above */
+    if (!e) A->row_ptrs[2][0] = 4, A->row_ptrs[2][1] = 4, A->row_ptrs[2][2] = 6; /* the difference of the rows above */
     const sarko_error_t singular = sarvo_mh_m_inverse(A, &inverse);
     printf("%s\n", sarko_error_message(singular));
     sarko_error_clear(singular);

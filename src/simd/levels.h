@@ -40,6 +40,8 @@
     void dot8_rows(uint64_t, uint64_t, const double *, uint64_t, const double *, double *);                            \
     void update2_accumulate(uint64_t, uint64_t, double *, uint64_t, const double *, const double *, const double *,    \
                             const double *, const double *, double *);                                                 \
+    void fourier(uint64_t, double *, double *, const double *, const double *);                                        \
+    void convolve(uint64_t, uint64_t, const double *, const double *, int64_t, double *);                              \
     void rotate(uint64_t, double, double, double *, double *);                                                         \
     void rotate_sweeps(uint64_t, uint64_t, uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);          \
     void rotate_scaled_sweeps(uint64_t, uint64_t, uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);   \

@@ -83,6 +83,18 @@ struct Kernels {
     void (*update2_accumulate)(uint64_t rows, uint64_t n, double *a, uint64_t lda, const double *u, const double *y,
                                const double *x, const double *v, const double *t, double *z);
 
+    // ---- Fourier transform, in place: bit reversal, then the radix-2 stages m = 1, 2, 4, .. n/2 ----
+    // Stage m combines elements i and i + m: t = w x(i+m), t_re = w_re re - w_im im, t_im = w_re im + w_im re, x(i+m) =
+    // x(i) - t, x(i) = x(i) + t, with factor k = i mod 2m of the stage. That is 1 for m = 1; the first half of the
+    // others as below; factor k + m/2 is i times factor k: (0 - im, re).
+    //   roots  m <= 2048: real parts at roots[m + k], imaginary parts at roots[m + m/2 + k]
+    //   fine   m >= 4096: with s = m/256 the product c f of factor c = k / s of stage 256 and f of remainder r = k % s,
+    //          at fine[2s + r] and fine[3s + r]: (c_re f_re - c_im f_im, c_re f_im + c_im f_re)
+    void (*fourier)(uint64_t n, double *re, double *im, const double *roots, const double *fine); // n = 2, 4, 8, ...
+
+    // ---- Convolution: out(o) = out(o) + s(t) x(o + step t), t = 0 .. terms-1 ascending; step is 1 or -1 ----
+    void (*convolve)(uint64_t outputs, uint64_t terms, const double *s, const double *x, int64_t step, double *out);
+
     // ---- Rotations: (x, y) becomes (c x + s y, c y - s x) ----
     void (*rotate)(uint64_t n, double c, double s, double *x, double *y);
     // `sweeps` sweeps of rotations on the rows of a, one after the other. Sweep q rotates rows j and j+1, j = first ..

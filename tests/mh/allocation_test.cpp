@@ -9,7 +9,8 @@ using namespace test::mh;
 struct Operands : test::AllocationScenario {
     Mat A{3, 3, {4, 1, 2, 1, 5, 3, 2, 3, 6}}, B{3, 3, {1, 2, 3, 4, 5, 6, 7, 8, 10}}, large{70, 70}, factored{70, 70},
         singular{2, 2}, out;
-    Vec x{{1, 2, 3}}, y{{4, 5, 6}}, v, long_x{Doubles(4000, 1.5)}, sorted{{3, 1, 2}};
+    Vec x{{1, 2, 3}}, y{{4, 5, 6}}, v, long_x{Doubles(4000, 1.5)}, sorted{{3, 1, 2}}, three{{1, 2, 3}},
+        many{Doubles(5000, 1.0)}, more{Doubles(5000, 2.0)};
     Perm p{{2, 0, 1}}, identity{{0, 1, 2}}, pivot{std::vector<uint32_t>(70)}, q;
     IVEC *iv = nullptr;
     I64VEC *i64v = nullptr;
@@ -32,9 +33,9 @@ struct Operands : test::AllocationScenario {
         return bytes(A.p) + bytes(B.p) + bytes(large.p) + bytes(x.p) + bytes(y.p) + bytes(p.p) + bytes(long_x.p);
     }
     std::string result() const override {
-        return bytes(out.p) + bytes(factored.p) + bytes(sorted.p) + bytes(v.p) + bytes(q.p) + test::bytes(&number, 8) +
-               test::bytes(&sign, 4) + (iv ? test::bytes(iv->elems, iv->dim * 4) : "") +
-               (i64v ? test::bytes(i64v->elems, i64v->dim * 8) : "");
+        return bytes(out.p) + bytes(factored.p) + bytes(sorted.p) + bytes(three.p) + bytes(many.p) + bytes(more.p) +
+               bytes(v.p) + bytes(q.p) + test::bytes(&number, 8) + test::bytes(&sign, 4) +
+               (iv ? test::bytes(iv->elems, iv->dim * 4) : "") + (i64v ? test::bytes(i64v->elems, i64v->dim * 8) : "");
     }
 };
 
@@ -115,6 +116,11 @@ const Case cases[] = {
     {"m_exp", [](Operands &o) { return sarvo_mh_m_exp(o.A.p, 0.0, &o.out.p); }},
     {"m_exp refused", [](Operands &o) { return sarvo_mh_m_exp(o.A.p, -1.0, &o.out.p); }},
     {"m_poly", [](Operands &o) { return sarvo_mh_m_poly(o.A.p, o.long_x.p, &o.out.p); }},
+    {"fft", [](Operands &o) { return sarvo_mh_fft(o.sorted.p, o.three.p); }},
+    {"fft of many", [](Operands &o) { return sarvo_mh_fft(o.many.p, o.more.p); }},
+    {"fft refused", [](Operands &o) { return sarvo_mh_fft(o.many.p, o.three.p); }},
+    {"v_conv", [](Operands &o) { return sarvo_mh_v_conv(o.x.p, o.long_x.p, &o.v.p); }},
+    {"v_pconv", [](Operands &o) { return sarvo_mh_v_pconv(o.long_x.p, o.x.p, &o.v.p); }},
     {"m_inverse singular", [](Operands &o) { return sarvo_mh_m_inverse(o.singular.p, &o.out.p); }},
 };
 
