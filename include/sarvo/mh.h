@@ -37,6 +37,7 @@
 #include <sarvo/mh/function.h>
 #include <sarvo/mh/objects.h>
 #include <sarvo/mh/permutation.h>
+#include <sarvo/mh/random.h>
 #include <sarvo/mh/solve.h>
 
 #endif
