@@ -48,6 +48,13 @@ void add_block(uint64_t j, uint64_t n, const double *const *rows, const double *
     if (j < n) add_part<count>(j, n - j, rows, s, y);
 }
 
+// The first `width` < lanes columns of all rows.
+void add_start(uint64_t count, uint64_t width, const double *const *rows, const double *s, double *y) {
+    Vec sum = load_part(y, width);
+    for (uint64_t i = 0; i < count; i++) sum += s[i] * load_part(rows[i], width);
+    store_part(y, sum, width);
+}
+
 // Columns j .. of all rows, `vectors` vectors of them: y stays in registers.
 template <uint64_t vectors>
 void add_strip(uint64_t count, uint64_t j, const double *const *rows, const double *s, double *y) {
@@ -111,6 +118,9 @@ void add_rows(uint64_t count, uint64_t n, const double *const *rows, const doubl
     uint64_t first = 0;
     if (count >= 8 && n < long_row) {
         constexpr uint64_t widest = lanes == 8 ? 8 : 4;
+        // Strips begin where the first row meets a cache line, as all rows then do whose distance is whole vectors.
+        if (n >= 2 * widest * lanes) first = to_alignment(rows[0]);
+        if (first != 0) add_start(count, first, rows, s, y);
         for (; first + widest * lanes <= n; first += widest * lanes) add_strip<widest>(count, first, rows, s, y);
     }
     uint64_t i = 0;
