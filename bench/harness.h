@@ -2,6 +2,8 @@
 // were taken on.
 #pragma once
 
+#include <stdint.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -22,8 +24,31 @@ struct Timing {
 // Prints processor, compiler, flags, commit, chosen level, peers' versions.
 void print_environment(const std::string &peers);
 
-// One run of each candidate in turn, `rounds` times, after one round that is thrown away.
-std::vector<Timing> interleave(const std::vector<Candidate> &candidates, int rounds);
+// One run of each candidate in turn, `rounds` times, after one round that is thrown away. A run that is too short for the
+// clock is made `repeats` times within each timing (prepare only once); times are per run.
+std::vector<Timing> interleave(const std::vector<Candidate> &candidates, int rounds, int repeats = 1);
+
+// Times candidates, ours first, and prints a line: our time, rate (work / time, in thousand millions), each peer's ratio
+// of times, the best peer's against `at_least` (0: no figure to reach). Rounds and repeats are chosen by the time that a
+// run takes. Returns our median.
+double compare(const std::string &what, uint64_t n, double work, const std::vector<Candidate> &candidates,
+               double at_least = 0.0);
+
+// How cost grows: the exponent fitted to (size, seconds) pairs by least squares of the logarithms, beside the one of
+// theory.
+class Growth {
+public:
+    void add(double size, double seconds) { points_.push_back({size, seconds}); }
+    void print(const std::string &what, const std::string &theory) const;
+
+private:
+    std::vector<std::pair<double, double>> points_;
+};
+
+// What the processor allows, measured: seconds of one addition in a chain of dependent ones; operations a second of
+// independent vector multiplications and additions, half each, at the widest level.
+double addition_latency();
+double multiply_add_peak();
 
 // "1.234 ms (1.21 .. 1.30)"
 std::string format(const Timing &t);

@@ -33,6 +33,11 @@
 #define SARVO_MH_H
 
 #include <sarvo/mh/arithmetic.h>
+#include <sarvo/mh/fourier.h>
+#include <sarvo/mh/function.h>
 #include <sarvo/mh/objects.h>
+#include <sarvo/mh/permutation.h>
+#include <sarvo/mh/random.h>
+#include <sarvo/mh/solve.h>
 
 #endif

@@ -28,6 +28,18 @@ struct View {
 };
 inline View view(const MAT &A) { return {first_row(A), A.rows, A.cols, row_stride(A)}; }
 
+// No infinity and no NaN.
+inline bool all_finite(const double *x, uint64_t n) {
+    uint64_t others = 0;
+    for (uint64_t i = 0; i < n; i++) others += !(__builtin_fabs(x[i]) < __builtin_inf());
+    return others == 0;
+}
+inline bool all_finite(const View &a) {
+    for (uint64_t i = 0; i < a.rows; i++)
+        if (!all_finite(a.p + i * a.ld, a.cols)) return false;
+    return true;
+}
+
 inline uint64_t smaller(uint64_t x, uint64_t y) { return x < y ? x : y; }
 inline uint64_t larger(uint64_t x, uint64_t y) { return x > y ? x : y; }
 
@@ -60,6 +72,23 @@ inline uint64_t sum_of_counts(uint64_t x, uint64_t y) {
     if (*v && (*v)->dim >= dim) return 0;
     return sarvo_mh_v_resize(v, dim);
 }
+
+// Work space, unset; up to inline_count elements of it without an allocation.
+template <class T, uint64_t inline_count> class Scratch {
+public:
+    [[nodiscard]] sarko_error_t allocate(uint64_t count) {
+        if (count <= inline_count) return 0;
+        const sarko_error_t e = block_.allocate_unset(count);
+        p_ = block_.get();
+        return e;
+    }
+    T *get() { return p_; }
+
+private:
+    T inline_[inline_count];
+    Buffer<T> block_;
+    T *p_ = inline_;
+};
 
 // Objects that live for one call.
 template <class Object, void (*release)(Object *)> class Temporary {

@@ -34,6 +34,11 @@ void divide(uint64_t n, const double *x, const double *y, double *out) {
         n, out, [=](uint64_t i) { return load(x + i) / load(y + i); }, [=](uint64_t i) { return x[i] / y[i]; });
 }
 
+void divide_by(uint64_t n, double s, const double *x, double *out) {
+    each(
+        n, out, [=](uint64_t i) { return load(x + i) / s; }, [=](uint64_t i) { return x[i] / s; });
+}
+
 void scale(uint64_t n, double s, const double *x, double *out) {
     each(
         n, out, [=](uint64_t i) { return s * load(x + i); }, [=](uint64_t i) { return s * x[i]; });

@@ -16,6 +16,7 @@
     uint64_t max_index(uint64_t, const double *);                                                                      \
     double max_abs(uint64_t, const double *);                                                                          \
     void dot_rows(uint64_t, uint64_t, const double *, uint64_t, const double *, double *);                             \
+    void max_abs_rows(uint64_t, uint64_t, const double *, uint64_t, double *);                                         \
     void add_rows(uint64_t, uint64_t, const double *const *, const double *, double *);                                \
     double max_row_sum(uint64_t, uint64_t, const double *, uint64_t);                                                  \
     double max_column_sum(uint64_t, uint64_t, const double *, uint64_t);                                               \
@@ -24,6 +25,9 @@
                             uint64_t, double *, uint64_t, double *);                                                   \
     void product_subtract(uint64_t, uint64_t, uint64_t, const double *, uint64_t, uint64_t, const double *, uint64_t,  \
                           double *, uint64_t, double *);                                                               \
+    void divide_by(uint64_t, double, const double *, double *);                                                        \
+    uint64_t scaled_pivot(uint64_t, const double *, const double *);                                                   \
+    void upper_solve_strip(uint64_t, const double *, uint64_t, uint64_t, double *);                                    \
     void scale(uint64_t, double, const double *, double *);                                                            \
     void shift(uint64_t, double, const double *, double *);                                                            \
     void axpy(uint64_t, double, const double *, double *);                                                             \
@@ -36,6 +40,8 @@
     void dot8_rows(uint64_t, uint64_t, const double *, uint64_t, const double *, double *);                            \
     void update2_accumulate(uint64_t, uint64_t, double *, uint64_t, const double *, const double *, const double *,    \
                             const double *, const double *, double *);                                                 \
+    void fourier(uint64_t, double *, double *, const double *, const double *);                                        \
+    void convolve(uint64_t, uint64_t, const double *, const double *, int64_t, double *);                              \
     void rotate(uint64_t, double, double, double *, double *);                                                         \
     void rotate_sweeps(uint64_t, uint64_t, uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);          \
     void rotate_scaled_sweeps(uint64_t, uint64_t, uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);   \

@@ -58,6 +58,36 @@ uint64_t min_index(uint64_t n, const double *x) { return first_equal(n, x, extre
 
 uint64_t max_index(uint64_t n, const double *x) { return first_equal(n, x, extreme(n, x, Larger{})); }
 
+uint64_t scaled_pivot(uint64_t n, const double *x, const double *s) {
+    Vec best = {}, place = broadcast(static_cast<double>(n)), at;
+    for (uint64_t l = 0; l < lanes; l++) at[l] = static_cast<double>(l);
+    uint64_t i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const Vec a = magnitude(load(x + i));
+        const Vec ratio = 0.0 * a == Vec{} ? a / load(s + i) : Vec{};
+        place = ratio > best ? at : place;
+        best = ratio > best ? ratio : best;
+        at += static_cast<double>(lanes);
+    }
+    uint64_t chosen = n;
+    double most = 0.0;
+    for (uint64_t l = 0; l < lanes; l++) { // of equals the one that stands first
+        const auto found = static_cast<uint64_t>(place[l]);
+        if (best[l] > most || (best[l] == most && found < chosen)) {
+            most = best[l];
+            chosen = found;
+        }
+    }
+    for (; i < n; i++) {
+        const double a = __builtin_fabs(x[i]);
+        if (0.0 * a == 0.0 && a / s[i] > most) {
+            most = a / s[i];
+            chosen = i;
+        }
+    }
+    return chosen;
+}
+
 double max_abs(uint64_t n, const double *x) {
     Vec most[4] = {};
     uint64_t i = 0;

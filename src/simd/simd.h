@@ -9,9 +9,12 @@
 
 namespace sarvo::simd {
 
+constexpr uint64_t solve_strip = 32; // right-hand sides that upper_solve_strip takes together
+
+// What gamma_trials tells of up to 64 trials.
 struct GammaTrials {
     double x[64], u[64], V[64];
-    uint64_t sure, odd;
+    uint64_t sure, odd; // one bit a trial
 };
 
 struct Kernels {
@@ -22,6 +25,7 @@ struct Kernels {
     void (*subtract)(uint64_t n, const double *x, const double *y, double *out);            // out(i) = x(i) - y(i)
     void (*multiply)(uint64_t n, const double *x, const double *y, double *out);            // out(i) = x(i) y(i)
     void (*divide)(uint64_t n, const double *x, const double *y, double *out);              // out(i) = x(i) / y(i)
+    void (*divide_by)(uint64_t n, double s, const double *x, double *out);                  // out(i) = x(i) / s
     void (*scale)(uint64_t n, double s, const double *x, double *out);                      // out(i) = s x(i)
     void (*shift)(uint64_t n, double s, const double *x, double *out);                      // out(i) = x(i) + s
     void (*axpy)(uint64_t n, double s, const double *x, double *y);                         // y(i) = y(i) + s x(i)
@@ -33,11 +37,16 @@ struct Kernels {
     // smaller (larger) element only, so the first of equals and never a NaN, unless x(0) is one.
     uint64_t (*min_index)(uint64_t n, const double *x);
     uint64_t (*max_index)(uint64_t n, const double *x);
+    // Index of the first largest |x(i)| / s(i), s(i) >= 0, that is above 0; n when there is none. Elements x(i) that are
+    // not finite, and ratios that are NaN, are passed over.
+    uint64_t (*scaled_pivot)(uint64_t n, const double *x, const double *s);
     double (*max_abs)(uint64_t n, const double *x); // largest |x(i)|; 0 for n = 0, NaNs passed over
 
     // ---- Rows and columns of a matrix: every sum ascends in one running sum from +0 ----
     void (*dot_rows)(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const double *x,
                      double *out); // out(i) = sum_j a(i,j) x(j)
+    void (*max_abs_rows)(uint64_t rows, uint64_t n, const double *a, uint64_t lda,
+                         double *out); // out(i) = max_abs of row i
     // y(j) = y(j) + s(i) a_i(j), i = 0 .. count-1 ascending, a_i = rows[i]; y may be none of the rows.
     void (*add_rows)(uint64_t count, uint64_t n, const double *const *rows, const double *s, double *y);
     // Largest sum of magnitudes of a row (a column); 0 for an empty matrix, NaNs passed over.
@@ -63,6 +72,12 @@ struct Kernels {
                              const double *b, uint64_t ldb, double *c, uint64_t ldc, double *work);
     uint64_t (*product_work)(uint64_t m, uint64_t n, uint64_t k);
 
+    // ---- Triangular systems with many right-hand sides ----
+    // Solves U X = B in place, upper triangle with diagonal of u, for the first `columns` <= solve_strip right-hand sides
+    // that stand side by side in rows of solve_strip elements (the others may be solved too): i descending,
+    // x(i,:) = (b(i,:) - sum) / u(i,i), sum = sum_{j=i+1..n-1} u(i,j) x(j,:), j ascending from +0.
+    void (*upper_solve_strip)(uint64_t n, const double *u, uint64_t ldu, uint64_t columns, double *x);
+
     // ---- Sums in eight parts: elements i = p (mod 8) are summed into part p, i ascending, from +0; then
     // ((s0 + s4) + (s2 + s6)) + ((s1 + s5) + (s3 + s7)) ----
     double (*dot8)(uint64_t n, const double *x, const double *y);
@@ -73,6 +88,18 @@ struct Kernels {
     // a(i,j) = (a(i,j) - u(i) y(j)) - x(i) v(j);  z(j) = z(j) + t(i) a(i,j), i ascending.  n is a multiple of 8.
     void (*update2_accumulate)(uint64_t rows, uint64_t n, double *a, uint64_t lda, const double *u, const double *y,
                                const double *x, const double *v, const double *t, double *z);
+
+    // ---- Fourier transform, in place: bit reversal, then the radix-2 stages m = 1, 2, 4, .. n/2 ----
+    // Stage m combines elements i and i + m: t = w x(i+m), t_re = w_re re - w_im im, t_im = w_re im + w_im re, x(i+m) =
+    // x(i) - t, x(i) = x(i) + t, with factor k = i mod 2m of the stage. That is 1 for m = 1; the first half of the
+    // others as below; factor k + m/2 is i times factor k: (0 - im, re).
+    //   roots  m <= 2048: real parts at roots[m + k], imaginary parts at roots[m + m/2 + k]
+    //   fine   m >= 4096: with s = m/256 the product c f of factor c = k / s of stage 256 and f of remainder r = k % s,
+    //          at fine[2s + r] and fine[3s + r]: (c_re f_re - c_im f_im, c_re f_im + c_im f_re)
+    void (*fourier)(uint64_t n, double *re, double *im, const double *roots, const double *fine); // n = 2, 4, 8, ...
+
+    // ---- Convolution: out(o) = out(o) + s(t) x(o + step t), t = 0 .. terms-1 ascending; step is 1 or -1 ----
+    void (*convolve)(uint64_t outputs, uint64_t terms, const double *s, const double *x, int64_t step, double *out);
 
     // ---- Rotations: (x, y) becomes (c x + s y, c y - s x) ----
     void (*rotate)(uint64_t n, double c, double s, double *x, double *y);

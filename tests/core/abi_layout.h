@@ -5,6 +5,7 @@
 #include <stddef.h>
 
 #include <sarvo/lsq.h>
+#include <sarvo/mh.h>
 #include <sarvo/rng.h>
 
 #define SIZE(record, bytes) static_assert(sizeof(record) == (bytes), #record)
@@ -31,6 +32,35 @@ FIELD(sarvo_matrix, max_rows, 24);
 FIELD(sarvo_matrix, max_cols, 32);
 FIELD(sarvo_matrix, row_ptrs, 40);
 FIELD(sarvo_matrix, data, 48);
+
+SIZE(MAT, 56);
+FIELD(MAT, rows, 0);
+FIELD(MAT, cols, 8);
+FIELD(MAT, max_rows, 16);
+FIELD(MAT, max_cols, 24);
+FIELD(MAT, capacity, 32);
+FIELD(MAT, row_ptrs, 40);
+FIELD(MAT, base, 48);
+
+SIZE(VEC, 24);
+FIELD(VEC, dim, 0);
+FIELD(VEC, max_dim, 8);
+FIELD(VEC, elems, 16);
+
+SIZE(IVEC, 24);
+FIELD(IVEC, dim, 0);
+FIELD(IVEC, max_dim, 8);
+FIELD(IVEC, elems, 16);
+
+SIZE(I64VEC, 24);
+FIELD(I64VEC, dim, 0);
+FIELD(I64VEC, max_dim, 8);
+FIELD(I64VEC, elems, 16);
+
+SIZE(PERM, 16);
+FIELD(PERM, size, 0);
+FIELD(PERM, max_size, 4);
+FIELD(PERM, elems, 8);
 
 SIZE(sarvo_nr_svd, 96);
 FIELD(sarvo_nr_svd, done, 0);

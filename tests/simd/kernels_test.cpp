@@ -1,63 +1,16 @@
 // Every level of the vector kernels gives the bits of the literal loops, on awkward sizes and special values; the
 // literal loops give what their formulas say.
-#include "simd/simd.h"
-
-#include <algorithm>
 #include <cmath>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "test_support.h"
+#include "level_support.h"
 
 namespace {
 
 using sarvo::simd::Kernels;
-
-// Sizes around the lengths of vectors, tiles and blocks (tile 8 x 24, block of k 384, of rows 64, of columns 480).
-const std::vector<uint64_t> lengths = {0, 1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 23, 24, 25, 31, 33, 63, 65, 66, 130};
-
-std::vector<const Kernels *> levels() {
-    const Kernels *tables[4];
-    const uint32_t count = sarvo::simd::available_levels(tables, 4);
-    return {tables, tables + count};
-}
-
-std::vector<double> values(uint64_t count, test::Random &random, bool special) {
-    std::vector<double> v(count);
-    for (double &x : v) x = special ? random.special() : random.symmetric();
-    return v;
-}
-
-// Storage with one element in front (so that nothing is aligned) and guards behind.
-struct Guarded {
-    std::vector<double> all;
-    uint64_t size;
-    static constexpr double guard = -7.25;
-
-    explicit Guarded(const std::vector<double> &contents) : all(contents.size() + 9, guard), size(contents.size()) {
-        std::copy(contents.begin(), contents.end(), all.begin() + 1);
-    }
-    double *data() { return all.data() + 1; }
-    bool intact() const {
-        return all[0] == guard && std::all_of(all.begin() + 1 + static_cast<std::ptrdiff_t>(size), all.end(),
-                                              [](double x) { return x == guard; });
-    }
-};
-
-// Runs `operation(table, storage)` with the literal loops and with each level on copies of `storage`; demands equal
-// bits.
-template <class Operation>
-void expect_same_bits(const std::vector<double> &storage, const std::string &what, Operation operation) {
-    Guarded expected(storage);
-    operation(*levels()[0], expected.data());
-    for (const Kernels *table : levels()) {
-        Guarded actual(storage);
-        operation(*table, actual.data());
-        EXPECT_TRUE(actual.intact()) << what << " at level " << table->level << " wrote outside";
-        test::expect_equal_bits(actual.data(), expected.data(), storage.size(), what + " at level " + table->level);
-    }
-}
+using namespace test::simd;
 
 TEST(Levels, AreDistinctAndTheFirstIsTheLiteralLoops) {
     std::set<std::string> names;
@@ -98,6 +51,8 @@ TEST(Elementwise, EveryLevelHasTheBitsOfTheLoops) {
                              [&](const Kernels &k, double *p) { k.multiply(n, x.data(), p, p); });
             expect_same_bits(storage, "divide" + size,
                              [&](const Kernels &k, double *p) { k.divide(n, x.data(), p, p); });
+            expect_same_bits(storage, "divide_by" + size,
+                             [&](const Kernels &k, double *p) { k.divide_by(n, s, p, p); });
             expect_same_bits(storage, "scale_add" + size,
                              [&](const Kernels &k, double *p) { k.scale_add(n, s, p, x.data(), p); });
         }
@@ -110,11 +65,17 @@ TEST(Searches, EveryLevelFindsWhatTheLoopsFind) {
             std::vector<double> x = values(n, random, round % 2 == 1);
             if (round % 4 >= 2) // many equal values, both zeros among them
                 for (double &v : x) v = static_cast<double>(random.below(3)) * (random.below(2) ? 1.0 : -1.0);
+            std::vector<double> scales =
+                values(n, random, round % 2 == 1); // largest magnitudes: 0 and infinity, no NaN
+            for (double &v : scales) v = std::isnan(v) ? 0.0 : std::fabs(v);
+            if (round % 8 >= 6) std::fill(scales.begin(), scales.end(), 0.5); // ties
             for (const Kernels *k : levels()) {
                 const Kernels &loops = *levels()[0];
                 const std::string what = std::string(k->level) + ", n = " + std::to_string(n);
                 EXPECT_EQ(k->first_zero(n, x.data()), loops.first_zero(n, x.data())) << what;
                 EXPECT_EQ(test::bits(k->max_abs(n, x.data())), test::bits(loops.max_abs(n, x.data()))) << what;
+                EXPECT_EQ(k->scaled_pivot(n, x.data(), scales.data()), loops.scaled_pivot(n, x.data(), scales.data()))
+                    << what;
                 if (n == 0) continue;
                 EXPECT_EQ(k->min_index(n, x.data()), loops.min_index(n, x.data())) << what;
                 EXPECT_EQ(k->max_index(n, x.data()), loops.max_index(n, x.data())) << what;
@@ -135,6 +96,8 @@ TEST(Rows, EveryLevelHasTheBitsOfTheLoops) {
                 const std::string shape = " " + std::to_string(rows) + " x " + std::to_string(n);
                 expect_same_bits(values(rows, random, special), "dot_rows" + shape,
                                  [&](const Kernels &k, double *p) { k.dot_rows(rows, n, a.data(), lda, x.data(), p); });
+                expect_same_bits(values(rows, random, special), "max_abs_rows" + shape,
+                                 [&](const Kernels &k, double *p) { k.max_abs_rows(rows, n, a.data(), lda, p); });
                 expect_same_bits(values(n, random, special), "add_rows" + shape, [&](const Kernels &k, double *p) {
                     k.add_rows(rows, n, pointers.data(), s.data(), p);
                 });
@@ -263,6 +226,27 @@ TEST(Sums, FusedHouseholderPassHasTheBitsOfTheLoops) {
                                      k.update2_accumulate(rows, n, p, lda, u.data(), y.data(), x.data(), v.data(),
                                                           t.data(), p + rows * lda);
                                  });
+            }
+}
+
+TEST(TriangularSystems, EveryLevelHasTheBitsOfTheLoops) {
+    test::Random random(9);
+    constexpr uint64_t strip = sarvo::simd::solve_strip;
+    for (const uint64_t n : {0u, 1u, 2u, 3u, 7u, 20u, 65u})
+        for (const uint64_t columns : {1u, 4u, 8u, 9u, 16u, 17u, 24u, 25u, 31u, 32u})
+            for (const bool special : {false, true}) {
+                const auto u = values(n * (n + 2), random, special);
+                const auto b = values(n * strip, random, special);
+                std::vector<double> expected = b;
+                levels()[0]->upper_solve_strip(n, u.data(), n + 2, columns, expected.data());
+                for (const Kernels *k : levels()) {
+                    Guarded x(b);
+                    k->upper_solve_strip(n, u.data(), n + 2, columns, x.data());
+                    EXPECT_TRUE(x.intact());
+                    for (uint64_t i = 0; i < n; i++)
+                        test::expect_equal_bits(x.data() + i * strip, expected.data() + i * strip, columns,
+                                                std::to_string(columns) + " systems, level " + k->level);
+                }
             }
 }
 

@@ -19,6 +19,10 @@ void divide(uint64_t n, const double *x, const double *y, double *out) {
     for (uint64_t i = 0; i < n; i++) out[i] = x[i] / y[i];
 }
 
+void divide_by(uint64_t n, double s, const double *x, double *out) {
+    for (uint64_t i = 0; i < n; i++) out[i] = x[i] / s;
+}
+
 void scale(uint64_t n, double s, const double *x, double *out) {
     for (uint64_t i = 0; i < n; i++) out[i] = s * x[i];
 }

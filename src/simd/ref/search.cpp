@@ -23,6 +23,20 @@ uint64_t max_index(uint64_t n, const double *x) {
     return best;
 }
 
+uint64_t scaled_pivot(uint64_t n, const double *x, const double *s) {
+    uint64_t chosen = n;
+    double best = 0.0;
+    for (uint64_t i = 0; i < n; i++) {
+        const double magnitude = __builtin_fabs(x[i]);
+        if (!(s[i] >= 0.0 * magnitude)) continue;
+        if (magnitude / s[i] > best) {
+            best = magnitude / s[i];
+            chosen = i;
+        }
+    }
+    return chosen;
+}
+
 double max_abs(uint64_t n, const double *x) {
     double largest = 0.0;
     for (uint64_t i = 0; i < n; i++)
