@@ -111,8 +111,7 @@ const Case cases[] = {
                                Doubles &out) { k.max_abs_rows(rows, n, a.data(), n, out.data()); }),
     by_rows("largest sums",
             [](const Kernels &k, uint64_t rows, uint64_t n, const Doubles &a, Doubles &out) {
-                out[0] = k.max_row_sum(rows, n, a.data(), n);
-                out[1] = k.max_column_sum(rows, n, a.data(), n);
+                out = {k.max_row_sum(rows, n, a.data(), n), k.max_column_sum(rows, n, a.data(), n)};
             }),
     by_rows("transpose", [](const Kernels &k, uint64_t rows, uint64_t n, const Doubles &a,
                             Doubles &out) { k.transpose(rows, n, a.data(), n, out.data(), rows); }),
