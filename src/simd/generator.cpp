@@ -36,6 +36,9 @@ inline void regenerate_run(uint64_t *words, uint64_t count, const uint64_t *dist
 // 2^52 + w has w < 2^52 in its low bits: a conversion without the instruction that only the widest level has.
 inline Vec small_to_double(Words w) { return reinterpret_cast<Vec>(w | 0x4330000000000000) - broadcast(0x1p52); }
 
+// w 2^-32 for w < 2^32: 2^20 + w 2^-32 has w in its low bits.
+inline Vec fraction_of_2_32(Words w) { return reinterpret_cast<Vec>(w | 0x4130000000000000) - broadcast(0x1p20); }
+
 // The mask of the lanes in which a comparison holds.
 template <class Comparison> inline uint64_t lanes_set(Comparison c) {
 #if SARVO_SIMD_LANES == 8
@@ -105,9 +108,15 @@ void mt_regenerate(uint64_t *words) {
 }
 
 void mt_uniforms(uint64_t n, const uint64_t *words, double *out) {
+    typedef uint32_t Halves __attribute__((vector_size(sizeof(Vec)))); // two vectors of words tempered as one
     uint64_t p = 0;
-    for (; p + lanes <= n; p += lanes)
-        store(out + p, small_to_double(temper(load_words(words + p))) * broadcast(0x1p-32));
+    for (; p + 2 * lanes <= n; p += 2 * lanes) {
+        const Words both = load_words(words + p) | load_words(words + p + lanes) << 32;
+        const Words y = reinterpret_cast<Words>(temper(reinterpret_cast<Halves>(both)));
+        store(out + p, fraction_of_2_32(y & 0xFFFFFFFF));
+        store(out + p + lanes, fraction_of_2_32(y >> 32));
+    }
+    for (; p + lanes <= n; p += lanes) store(out + p, fraction_of_2_32(temper(load_words(words + p))));
     for (; p < n; p++) out[p] = static_cast<double>(temper(words[p])) * 0x1p-32;
 }
 
@@ -146,7 +155,7 @@ void gamma_trials(uint64_t n, uint64_t stride, const uint64_t *words, double c, 
         const Words k = temper(first);
         const Words i = k & 127;
         const Words j = k >> 8;
-        const Vec u = small_to_double(temper(second)) * broadcast(0x1p-32);
+        const Vec u = fraction_of_2_32(temper(second));
         const Vec size = small_to_double(j) * gather(width, i);
         const Vec x = reinterpret_cast<Vec>(reinterpret_cast<Words>(size) ^ ((~k & 128) << 56));
         const Vec v = 1.0 + c * x;
@@ -166,7 +175,7 @@ void fractions(uint64_t n, const uint64_t *x, double *out) {
     uint64_t i = 0;
     for (; i + lanes <= n; i += lanes) {
         const Words w = load_words(x + i);
-        const Vec high = small_to_double(w >> 32) * broadcast(0x1p-32);
+        const Vec high = fraction_of_2_32(w >> 32);
         store(out + i, high + small_to_double(w & 0xFFFFFFFF) * broadcast(0x1p-64));
     }
     for (; i < n; i++) out[i] = static_cast<double>(x[i]) * 0x1p-64;
