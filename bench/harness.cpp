@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -80,18 +79,6 @@ double compare(const std::string &what, uint64_t n, double work, const std::vect
     return t[0].median;
 }
 
-void Growth::print(const std::string &what, const std::string &theory) const {
-    double sx = 0, sy = 0, sxx = 0, sxy = 0;
-    for (const auto &[size, seconds] : points_) {
-        const double x = std::log(size), y = std::log(seconds);
-        sx += x, sy += y, sxx += x * x, sxy += x * y;
-    }
-    const auto count = static_cast<double>(points_.size());
-    std::printf("growth of %s: n^%.2f over n = %g .. %g (theory: %s)\n", what.c_str(),
-                (count * sxy - sx * sy) / (count * sxx - sx * sx), points_.front().first, points_.back().first,
-                theory.c_str());
-}
-
 double addition_latency() {
     constexpr int count = 10000000;
     double best = 1.0;
@@ -108,27 +95,6 @@ double addition_latency() {
         seed = sum;
     }
     return best;
-}
-
-double multiply_add_peak() {
-    constexpr uint64_t count = 200000;
-    typedef double Wide __attribute__((vector_size(64)));
-    volatile double one = 1.0;
-    const Wide factor = one - Wide{};
-    Wide a0 = factor, a1 = factor, a2 = factor, a3 = factor, a4 = factor; // five chains of each hide the latency
-    Wide b0 = factor, b1 = factor, b2 = factor, b3 = factor, b4 = factor;
-    double best = 1.0;
-    for (int round = 0; round < 9; round++) {
-        const double start = now();
-        for (uint64_t i = 0; i < count; i++) {
-            a0 *= factor, a1 *= factor, a2 *= factor, a3 *= factor, a4 *= factor;
-            b0 += factor, b1 += factor, b2 += factor, b3 += factor, b4 += factor;
-            asm volatile("" : "+v"(a0), "+v"(a1), "+v"(a2), "+v"(a3), "+v"(a4));
-            asm volatile("" : "+v"(b0), "+v"(b1), "+v"(b2), "+v"(b3), "+v"(b4));
-        }
-        best = std::min(best, (now() - start) / static_cast<double>(count));
-    }
-    return 10.0 * 8.0 / best;
 }
 
 std::string format(const Timing &t) {

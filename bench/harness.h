@@ -34,21 +34,8 @@ std::vector<Timing> interleave(const std::vector<Candidate> &candidates, int rou
 double compare(const std::string &what, uint64_t n, double work, const std::vector<Candidate> &candidates,
                double at_least = 0.0);
 
-// How cost grows: the exponent fitted to (size, seconds) pairs by least squares of the logarithms, beside the one of
-// theory.
-class Growth {
-public:
-    void add(double size, double seconds) { points_.push_back({size, seconds}); }
-    void print(const std::string &what, const std::string &theory) const;
-
-private:
-    std::vector<std::pair<double, double>> points_;
-};
-
-// What the processor allows, measured: seconds of one addition in a chain of dependent ones; operations a second of
-// independent vector multiplications and additions, half each, at the widest level.
+// Seconds of one addition in a chain of dependent ones, measured.
 double addition_latency();
-double multiply_add_peak();
 
 // "1.234 ms (1.21 .. 1.30)"
 std::string format(const Timing &t);

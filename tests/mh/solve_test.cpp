@@ -126,7 +126,7 @@ TEST(Factorisation, HasTheBitsOfTheLoopsAtEveryLevel) {
             expect_bits(A.get(), expected.a, what);
         });
     };
-    for (const uint64_t n : {0u, 1u, 2u, 3u, 5u, 8u, 17u, 31u, 32u, 33u, 40u, 63u, 64u, 65u, 66u, 100u, 129u})
+    for (const uint64_t n : awkward_sizes())
         for (const Fill fill : fills) {
             const uint64_t wide = n + random.below(40), tall = n + random.below(40);
             check(n, n, values(n * n, random, fill));
@@ -155,7 +155,7 @@ TEST(TriangularSolves, HaveTheBitsOfTheLoopsAtEveryLevel) {
                  {"Usolve", sarvo_mh_Usolve, literal_upper},
                  {"UTsolve", sarvo_mh_UTsolve, literal_upper_transposed},
                  {"LTsolve", sarvo_mh_LTsolve, literal_lower_transposed}};
-    for (const uint64_t n : {0u, 1u, 2u, 7u, 8u, 15u, 16u, 17u, 31u, 33u, 40u, 63u, 66u, 100u, 130u})
+    for (const uint64_t n : awkward_sizes())
         for (int round = 0; round < 8; round++) {
             const Fill fill = fills[round % 3];
             const uint64_t cols = n + (round == 7 ? 3 : 0);
@@ -190,7 +190,7 @@ TEST(TriangularSolves, HaveTheBitsOfTheLoopsAtEveryLevel) {
 
 TEST(Inverse, HasTheBitsOfTheColumnSolves) {
     test::Random random(3);
-    for (const uint64_t n : {0u, 1u, 2u, 3u, 4u, 8u, 15u, 16u, 17u, 31u, 32u, 33u, 65u, 97u, 130u})
+    for (const uint64_t n : awkward_sizes())
         for (int round = 0; round < 4; round++) {
             Doubles a = values(n * n, random, round == 3 ? Fill::plain : fills[round]);
             if (round == 3) // triangular: zeros lead and trail in the right-hand sides; negative diagonals
