@@ -174,7 +174,7 @@ TEST(ClassicStream, LargeDrawsRoundTo1) {
 TEST(ClassicStream, FillsEqualSingleDraws) {
     for (const int method : {0, 1, 2}) {
         const Rng bulk = make(method, 5), single = make(method, 5);
-        for (const uint64_t count : {0, 1, 2, 7, 8, 9, 511, 512, 513, 1025, 1000000}) {
+        for (const uint64_t count : {0u, 1u, 2u, 7u, 8u, 9u, 511u, 512u, 513u, 1025u, 1000000u}) {
             std::vector<double> actual(count + 1, -7.25), expected(count + 1, -7.25);
             sarvo::nr_rng_fill(bulk.get(), count, actual.data());
             for (uint64_t i = 0; i < count; i++) expected[i] = sarvo_nr_rng_double(single.get());

@@ -61,7 +61,7 @@ void expect_fills_equal_singles(const Kind &kind, const std::vector<uint64_t> &c
 
 TEST(Fill, EqualsSingleDrawsAtEveryCountFromAnyPosition) {
     std::vector<uint64_t> counts = {0, 1, 2, 3, 4, 7, 8, 9, 31, 32, 33, 63, 64, 65, 207, 208, 311, 312, 313, 500};
-    for (const uint64_t long_one : {623, 624, 625, 1248, 1249, 5000, 20000}) counts.push_back(long_one);
+    for (const uint64_t long_one : {623u, 624u, 625u, 1248u, 1249u, 5000u, 20000u}) counts.push_back(long_one);
     test::Random random(4);
     for (int i = 0; i < 200; i++) counts.push_back(random.below(i % 10 ? 40 : 900));
     const sarvo::simd::Kernels *tables[4];

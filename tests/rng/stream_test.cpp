@@ -128,7 +128,7 @@ TEST(Record, AFailedCreationLeavesWhatTheHeaderSays) {
     sarvo_rng_t *rng = before;
     test::expect_error(sarvo_rng_init(&rng, 2, 1), SarvoRngInvalidMethodEC, {"Invalid method"});
     EXPECT_EQ(rng, nullptr);
-    for (const uint64_t failing : {1, 2}) {
+    for (const uint64_t failing : {1u, 2u}) {
         rng = before;
         test::memory::arm(failing, false);
         const sarko_error_t e = sarvo_rng_init(&rng, 0, 1);

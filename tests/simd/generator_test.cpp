@@ -85,7 +85,7 @@ TEST(GeneratorKernels, TryGammaDeviates) {
     uint64_t odd_runs = 0;
     for (const Kernels *table : levels())
         for (uint64_t n = 0; n <= 64; n++)
-            for (const uint64_t stride : {2, 3})
+            for (const uint64_t stride : {2u, 3u})
                 for (int round = 0; round < 100; round++) {
                     // The last word read is the last of the block: reading behind it is caught by the sanitizer.
                     std::vector<uint64_t> w(n ? (n - 1) * stride + 2 : 0);
