@@ -17,12 +17,23 @@ TEST(Uniform, ScaledAndPositiveOnesAreTheStatedOnes) {
         ASSERT_EQ(sarvo_rng_uniformp(rng.get()), mt.positive());
     }
     int calls = 0;
-    rng->state_size = 0;
     void *const state = rng->state;
     rng->state = &calls;
     rng->get_double = [](void *count) { return (*static_cast<int *>(count))++ < 3 ? 0.0 : 0.5; };
     EXPECT_EQ(sarvo_rng_uniformp(rng.get()), 0.5);
     EXPECT_EQ(calls, 4);
+    rng->state = state;
+}
+
+TEST(Polar, RefusesTheCentreOfTheDiscButNotItsEdge) {
+    static const double draws[] = {0.5, 0.5, 0.0, 0.5, 1.0}; // the centre; a zero, drawn again; the point (0, 1)
+    int calls = 0;
+    const Rng rng = make(1, 1);
+    void *const state = rng->state;
+    rng->state = &calls;
+    rng->get_double = [](void *count) { return draws[(*static_cast<int *>(count))++ % 5]; };
+    EXPECT_EQ(sarvo_rng_gauss(rng.get(), 1.0), 0.0);
+    EXPECT_EQ(calls, 5);
     rng->state = state;
 }
 
