@@ -1,4 +1,4 @@
-"""The peer of random_bench: times NumPy's fills in one process, one request a line: NAME SHAPE -> nanoseconds a value."""
+"""The peer of random_bench: times NumPy's fills in one process, a request a line: NAME SHAPE -> ns a value."""
 import sys
 import time
 

@@ -100,8 +100,8 @@ SARVO_API double sarvo_rng_uniformp(sarvo_rng_t *rng);
 
 /* Chooses the method; may be called again.
  *   method  0 or 1: polar (Marsaglia and Bray 1964). x = 2 u1 - 1, y = 2 u2 - 1 with u1, u2 from sarvo_rng_uniformp,
- *           until r2 = x^2 + y^2 is at most 1 and not 0; then (sigma y) sqrt((-2 ln r2) / r2). The second deviate of the
- *           pair is not kept. 2.55 draws a deviate.
+ *           until r2 = x^2 + y^2 is at most 1 and not 0; then (sigma y) sqrt((-2 ln r2) / r2). The second deviate
+ *           of the pair is not kept. 2.55 draws a deviate.
  *           2: ziggurat of 128 layers (Marsaglia and Tsang 2000, the layer and the abscissa from separate bits). From
  *           one draw k: layer i = k & 127, sign from bit 7, x = (k >> 8) width_i. Most x lie inside the layer above and
  *           are taken at once; else, beside it, x is taken if h_{i+1} + (h_i - h_{i+1}) u < exp(-x^2 / 2), h the

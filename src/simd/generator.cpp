@@ -24,8 +24,8 @@ template <class T> inline T temper(T y) {
     return y ^ (y >> 18);
 }
 
-// `count` words, each from itself, its neighbour and a distant word. A vector reads what the loop one by one would read:
-// neighbours not yet changed, and distant words that are 227 behind, changed long ago, or 397 ahead.
+// `count` words, each from itself, its neighbour and a distant word. A vector reads what the loop one by one would
+// read: neighbours not yet changed, and distant words that are 227 behind, changed long ago, or 397 ahead.
 inline void regenerate_run(uint64_t *words, uint64_t count, const uint64_t *distant) {
     uint64_t k = 0;
     for (; k + lanes <= count; k += lanes)

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Writes src/rng/ziggurat_tables.cpp from the definition of the 128 layers: tools/tables/ziggurat.py > src/rng/ziggurat_tables.cpp
+"""Prints src/rng/ziggurat_tables.cpp, made from the definition of the 128 layers.
 
-f(x) = exp(-x^2/2), x(y) = sqrt(-2 ln y). From the tail's start R up, each layer of area v = f(R) (R + 1/R) adds the height
-v / x(y); R is where the top of the last of the 127 layers comes to lie at height 1. All of it with 50 digits; each stored value is
-rounded to 12 significant digits at the end.
+f(x) = exp(-x^2/2), x(y) = sqrt(-2 ln y). From the tail's start R up, each layer of area v = f(R) (R + 1/R) adds the
+height v / x(y); R is where the top of the last of the 127 layers comes to lie at height 1. All of it with 50 digits;
+each stored value is rounded to 12 significant digits at the end.
 """
 from decimal import Decimal, getcontext
 
