@@ -36,10 +36,13 @@ constexpr Kernels table = {
     .dot8 = dot8,
     .dot8_rows = dot8_rows,
     .update2_accumulate = update2_accumulate,
+    .dot_rows_updated = dot_rows_updated,
+    .reflect_columns = reflect_columns,
     .fourier = fourier,
     .convolve = convolve,
     .rotate = rotate,
     .rotate_sweeps = rotate_sweeps,
+    .rotate_ranges = rotate_ranges,
     .rotate_scaled_sweeps = rotate_scaled_sweeps,
 };
 
