@@ -128,19 +128,26 @@ void reduce(const View &a, bool above, double *diag, double *beta, double *work)
     if (n > 0) r.complete(n - 1);
 }
 
-void expand(const View &h, const double *diag, const double *beta, double *q, uint64_t ldq, double *work) {
+// By rows, each with its leading component back. True when all of it is finite.
+bool gather_reflections(const View &h, const double *diag, const double *beta, double *reflections) {
     const uint64_t n = h.rows;
-    constexpr uint64_t strip = 32;                 // columns: one pass of the kernel
-    kernels().transpose(n, n, h.p, h.ld, work, n); // reflections by rows, each with its leading component back
-    for (uint64_t k = 0; k + 1 < n; k++) work[k * n + k + 1] = diag[k];
-    memset(q, 0, n * ldq * sizeof *q);
-    for (uint64_t i = 0; i < n; i++) q[i * ldq + i] = 1.0;
+    kernels().transpose(n, n, h.p, h.ld, reflections, n);
     bool finite = all_finite(n - 1, beta);
-    for (uint64_t k = 0; finite && k + 1 < n; k++) finite = all_finite(n - k - 1, work + k * n + k + 1);
-    // Column j is still the unit vector when the reflections k >= j have been applied: their products are zeros.
-    for (uint64_t j = 0; j < n; j += strip)
-        kernels().reflect_columns(finite ? smaller(n - 1, j + strip) : n - 1, n, smaller(strip, ldq - j), work, n, beta,
-                                  q + j, ldq);
+    for (uint64_t k = 0; k + 1 < n; k++) {
+        reflections[k * n + k + 1] = diag[k];
+        finite = finite && all_finite(n - k - 1, reflections + k * n + k + 1);
+    }
+    return finite;
+}
+
+// Columns first .. of the product, those from n on 0. Column j is still a unit vector when the reflections k >= j have
+// been applied: as long as these are finite they add zeros.
+void expand_strip(uint64_t n, uint64_t first, uint64_t width, bool finite, const double *reflections,
+                  const double *beta, double *strip) {
+    memset(strip, 0, n * width * sizeof *strip);
+    for (uint64_t j = first; j < n && j < first + width; j++) strip[j * width + j - first] = 1.0;
+    kernels().reflect_columns(finite ? smaller(n - 1, first + width) : n - 1, n, width, reflections, n, beta, strip,
+                              width);
 }
 
 } // namespace sarvo::mh
@@ -171,13 +178,16 @@ sarko_error_t sarvo_mh_makeHQ(const MAT *H, const VEC *diag, const VEC *beta, MA
     if (!Q) return fail(SarvoMHNullEC);
     if (sarko_error_t e = check(H, diag, beta)) return e;
     constexpr const char *text = "Cannot construct Hessenberg orthogonalising matrix";
-    const uint64_t n = H->rows, ldq = sarvo::mh::padded_columns(n);
-    sarvo::Buffer<double> work, q;
-    if (sarko_error_t e = work.allocate_unset(sarvo::mh::product_of_counts(n, n))) return wrap(e, text);
-    if (sarko_error_t e = q.allocate_unset(sarvo::mh::product_of_counts(n, ldq))) return wrap(e, text);
-    if (n > 0) sarvo::mh::expand(sarvo::mh::view(*H), diag->elems, beta->elems, q.get(), ldq, work.get());
+    const uint64_t n = H->rows;
+    sarvo::Buffer<double> work;
+    if (sarko_error_t e = work.allocate_unset(sarvo::mh::expansion_work(n))) return wrap(e, text);
     if (sarko_error_t e = sarvo::mh::size_exactly(Q, n, n)) return wrap(e, text);
-    for (uint64_t i = 0; i < n; i++) memcpy((*Q)->row_ptrs[i], q.get() + i * ldq, n * sizeof(double));
+    if (n == 0) return 0;
+    sarvo::mh::expand(view(*H), diag->elems, beta->elems, work.get(),
+                      [Q](uint64_t first, uint64_t count, const double *strip, uint64_t width) {
+                          for (uint64_t i = 0; i < (*Q)->rows; i++)
+                              memcpy((*Q)->row_ptrs[i] + first, strip + i * width, count * sizeof(double));
+                      });
     return 0;
 }
 

@@ -13,6 +13,7 @@ using sarvo::fail;
 using sarvo::wrap;
 using sarvo::mh::product_of_counts;
 using sarvo::mh::size_exactly;
+using sarvo::mh::Strips;
 using sarvo::mh::View;
 using sarvo::mh::view;
 using sarvo::simd::kernels;
@@ -23,29 +24,29 @@ namespace {
 // Sweeps of rotations waiting for the rows of q.
 class Waiting {
 public:
-    Waiting(uint64_t n, double *q, uint64_t ldq) : n_(n), q_(q), ldq_(ldq) {}
+    Waiting(uint64_t n, const Strips &q) : n_(n), q_(q) {}
 
     [[nodiscard]] sarko_error_t allocate() {
-        return q_ ? cs_.allocate_unset(product_of_counts(most, product_of_counts(2, n_))) : 0;
+        return q_.p ? cs_.allocate_unset(product_of_counts(most, product_of_counts(2, n_))) : 0;
     }
     // Place for the rotations of rows first .. last: (c, s) of j, j + 1 at 2j. Null when there is nothing to rotate.
     double *begin(uint64_t first, uint64_t last) {
-        if (!q_) return nullptr;
+        if (!q_.p) return nullptr;
         if (count_ == most) apply();
         first_[count_] = first;
         last_[count_] = last;
         return cs_.get() + 2 * n_ * count_++;
     }
     void apply() {
-        if (count_ != 0) kernels().rotate_ranges(count_, first_, last_, ldq_, cs_.get(), 2 * n_, q_, ldq_);
+        for (uint64_t j = 0; count_ != 0 && j < n_; j += Strips::columns)
+            kernels().rotate_ranges(count_, first_, last_, q_.width(j), cs_.get(), 2 * n_, q_.strip(j), q_.width(j));
         count_ = 0;
     }
 
 private:
     static constexpr uint64_t most = 32;
     uint64_t n_;
-    double *q_;
-    uint64_t ldq_;
+    const Strips &q_;
     Buffer<double> cs_;
     uint64_t first_[most], last_[most], count_ = 0;
 };
@@ -107,8 +108,18 @@ State split(uint64_t lo, uint64_t hi, const double *a, double *b) {
 
 } // namespace
 
-sarko_error_t diagonalise(uint64_t n, double *a, double *b, double *q, uint64_t ldq) {
-    Waiting waiting(n, q, ldq);
+void Strips::set_columns(uint64_t first, uint64_t count, const double *matrix, uint64_t ld) const {
+    for (uint64_t i = 0; i < n; i += columns)
+        kernels().transpose(smaller(columns, n - i), count, matrix + i * ld, ld, strip(i) + first * width(i), width(i));
+}
+
+void Strips::store(const View &matrix) const {
+    for (uint64_t i = 0; i < n; i += columns)
+        kernels().transpose(n, smaller(columns, n - i), strip(i), width(i), matrix.p + i * matrix.ld, matrix.ld);
+}
+
+sarko_error_t diagonalise(uint64_t n, double *a, double *b, const Strips &q) {
+    Waiting waiting(n, q);
     if (sarko_error_t e = waiting.allocate()) return e;
     for (uint64_t lo = 0; lo < n;) {
         uint64_t hi = lo;
@@ -135,13 +146,13 @@ namespace {
 // symmeig without its checks and texts.
 sarko_error_t solve(const MAT &A, MAT **Q, VEC **out) {
     const uint64_t n = A.rows, ldq = sarvo::mh::padded_columns(n), padded = product_of_counts(n, ldq);
-    sarvo::Buffer<double> copy, lines, product, transposed;
+    sarvo::Buffer<double> copy, lines, vectors, expansion;
     if (sarko_error_t e = copy.allocate_unset(padded)) return e;
     if (sarko_error_t e = lines.allocate_unset(4 * n + sarvo::mh::reduction_work(n))) return e;
-    if (Q)
-        if (sarko_error_t e = product.allocate_unset(padded)) return e;
-    if (Q)
-        if (sarko_error_t e = transposed.allocate_unset(padded)) return e;
+    if (Q) { // zeros fill the strips up
+        if (sarko_error_t e = vectors.allocate(Strips::size(n))) return e;
+        if (sarko_error_t e = expansion.allocate_unset(sarvo::mh::expansion_work(n))) return e;
+    }
 
     double *diag = lines.get(), *beta = diag + n, *a = beta + n, *b = a + n, *work = b + n;
     const View h = {copy.get(), n, n, ldq};
@@ -153,17 +164,17 @@ sarko_error_t solve(const MAT &A, MAT **Q, VEC **out) {
     for (uint64_t i = 0; i < n; i++) a[i] = h.p[i * h.ld + i];
     for (uint64_t i = 0; i + 1 < n; i++) b[i] = h.p[(i + 1) * h.ld + i];
     if (!sarvo::mh::all_finite(n, a) || (n > 0 && !sarvo::mh::all_finite(n - 1, b))) return fail(SarvoMHRangeEC);
-    if (Q && n > 0) {
-        sarvo::mh::expand(h, diag, beta, product.get(), ldq, transposed.get());
-        memset(transposed.get(), 0, padded * sizeof(double));
-        kernels().transpose(n, n, product.get(), ldq, transposed.get(), ldq);
-    }
-    if (sarko_error_t e = sarvo::mh::diagonalise(n, a, b, transposed.get(), ldq)) return e;
+    const Strips q = {n, vectors.get()};
+    if (Q && n > 0)
+        sarvo::mh::expand(h, diag, beta, expansion.get(),
+                          [&q](uint64_t first, uint64_t count, const double *strip, uint64_t width) {
+                              q.set_columns(first, count, strip, width);
+                          });
+    if (sarko_error_t e = sarvo::mh::diagonalise(n, a, b, q)) return e;
     if (sarko_error_t e = size_exactly(out, n)) return e;
     if (Q) {
         if (sarko_error_t e = size_exactly(Q, n, n)) return e;
-        const View q = view(**Q);
-        kernels().transpose(n, n, transposed.get(), ldq, q.p, q.ld);
+        q.store(view(**Q));
     }
     if (n > 0) memcpy((*out)->elems, a, n * sizeof(double));
     return 0;
@@ -180,14 +191,13 @@ sarko_error_t sarvo_mh_trieig(VEC *a, VEC *b, MAT *Q) {
     if (Q && Q->rows != n) return fail(SarvoMHSizesEC);
     if (Q && Q->cols != n) return fail(SarvoMHSquareEC);
     if (!sarvo::mh::all_finite(n, a->elems) || !sarvo::mh::all_finite(b->dim, b->elems)) return fail(SarvoMHRangeEC);
-    if (!Q) return sarvo::mh::diagonalise(n, a->elems, b->elems, nullptr, 0);
-    const uint64_t ldq = sarvo::mh::padded_columns(n);
-    sarvo::Buffer<double> transposed;
-    if (sarko_error_t e = transposed.allocate(product_of_counts(n, ldq))) return e;
-    const View q = view(*Q);
-    kernels().transpose(n, n, q.p, q.ld, transposed.get(), ldq);
-    if (sarko_error_t e = sarvo::mh::diagonalise(n, a->elems, b->elems, transposed.get(), ldq)) return e;
-    kernels().transpose(n, n, transposed.get(), ldq, q.p, q.ld);
+    sarvo::Buffer<double> vectors;
+    if (Q)
+        if (sarko_error_t e = vectors.allocate(Strips::size(n))) return e;
+    const Strips q = {n, vectors.get()};
+    if (Q) q.set_columns(0, n, view(*Q).p, view(*Q).ld);
+    if (sarko_error_t e = sarvo::mh::diagonalise(n, a->elems, b->elems, q)) return e;
+    if (Q) q.store(view(*Q));
     return 0;
 }
 

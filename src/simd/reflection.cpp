@@ -86,11 +86,13 @@ void dot_rows_updated(uint64_t rows, uint64_t n, const double *a, uint64_t lda, 
 
 void reflect_columns(uint64_t count, uint64_t n, uint64_t columns, const double *h, uint64_t ldh, const double *beta,
                      double *q, uint64_t ldq) {
-    constexpr uint64_t vectors = 4;
     if (count == 0) return;
     uint64_t j = 0;
-    for (; j + vectors * lanes <= columns; j += vectors * lanes)
-        reflect_strip<vectors>(count, n, h, ldh, beta, q + j, ldq);
+    for (; j + 4 * lanes <= columns; j += 4 * lanes) reflect_strip<4>(count, n, h, ldh, beta, q + j, ldq);
+    if (j + 2 * lanes <= columns) {
+        reflect_strip<2>(count, n, h, ldh, beta, q + j, ldq);
+        j += 2 * lanes;
+    }
     for (; j < columns; j += lanes) reflect_strip<1>(count, n, h, ldh, beta, q + j, ldq);
 }
 
