@@ -18,7 +18,10 @@
 
 using sarvo::fail;
 using sarvo::wrap;
+using sarvo::mh::columns_of_strip;
+using sarvo::mh::product_of_counts;
 using sarvo::mh::smaller;
+using sarvo::mh::sum_of_counts;
 using sarvo::mh::View;
 using sarvo::mh::view;
 using sarvo::simd::kernels;
@@ -35,11 +38,11 @@ struct Reduction {
     double *at(uint64_t i, uint64_t j) const { return a.p + i * a.ld + j; }
     double updated(uint64_t i, uint64_t j) const { return (*at(i, j) - u[i] * y[j]) - s[i] * u[j]; }
 
-    // Brings column k and row k up to date, rows and columns k .. n-1.
-    void complete_border(uint64_t k) const {
+    // Brings column k from row k on up to date, and with `row` also row k.
+    void complete_border(uint64_t k, bool row) const {
         if (!pending) return;
         for (uint64_t i = k; i < a.rows; i++) *at(i, k) = updated(i, k);
-        for (uint64_t j = k + 1; j < a.rows; j++) *at(k, j) = updated(k, j);
+        for (uint64_t j = k + 1; row && j < a.rows; j++) *at(k, j) = updated(k, j);
     }
 
     // Brings rows and columns from k on up to date.
@@ -111,12 +114,13 @@ void reduce(const View &a, bool above, double *diag, double *beta, double *work)
     const uint64_t n = a.rows;
     Reduction r = {a, work, work + n, work + 2 * n, work + 3 * n, work + 4 * n, work + 5 * n};
     for (uint64_t k = 0; k + 1 < n; k++) {
-        r.complete_border(k);
+        r.complete_border(k, above);
         for (uint64_t i = k + 1; i < n; i++) r.h[i] = *r.at(i, k);
         const Reflection made = reflection(n - k - 1, r.h + k + 1);
         if (made.made) *r.at(k + 1, k) = made.newval;
         diag[k] = r.h[k + 1];
         beta[k] = made.beta;
+        if (!above) memcpy(r.at(k, k + 1), r.h + k + 1, (n - k - 1) * sizeof(double));
         if (made.beta == 0.0) {
             r.complete(k + 1);
             continue;
@@ -128,26 +132,24 @@ void reduce(const View &a, bool above, double *diag, double *beta, double *work)
     if (n > 0) r.complete(n - 1);
 }
 
-// By rows, each with its leading component back. True when all of it is finite.
-bool gather_reflections(const View &h, const double *diag, const double *beta, double *reflections) {
+Reflections gather_reflections(const View &h, const double *diag, const double *beta, double *rows) {
     const uint64_t n = h.rows;
-    kernels().transpose(n, n, h.p, h.ld, reflections, n);
+    kernels().transpose(n, n, h.p, h.ld, rows, n);
     bool finite = all_finite(n - 1, beta);
     for (uint64_t k = 0; k + 1 < n; k++) {
-        reflections[k * n + k + 1] = diag[k];
-        finite = finite && all_finite(n - k - 1, reflections + k * n + k + 1);
+        rows[k * n + k + 1] = diag[k];
+        finite = finite && all_finite(n - k - 1, rows + k * n + k + 1);
     }
-    return finite;
+    return {n, rows, n, beta, finite};
 }
 
 // Columns first .. of the product, those from n on 0. Column j is still a unit vector when the reflections k >= j have
 // been applied: as long as these are finite they add zeros.
-void expand_strip(uint64_t n, uint64_t first, uint64_t width, bool finite, const double *reflections,
-                  const double *beta, double *strip) {
-    memset(strip, 0, n * width * sizeof *strip);
-    for (uint64_t j = first; j < n && j < first + width; j++) strip[j * width + j - first] = 1.0;
-    kernels().reflect_columns(finite ? smaller(n - 1, first + width) : n - 1, n, width, reflections, n, beta, strip,
-                              width);
+void expand_strip(const Reflections &r, uint64_t first, uint64_t width, double *strip) {
+    memset(strip, 0, r.n * width * sizeof *strip);
+    for (uint64_t j = first; j < r.n && j < first + width; j++) strip[j * width + j - first] = 1.0;
+    kernels().reflect_columns(r.finite ? smaller(r.n - 1, first + width) : r.n - 1, r.n, width, r.rows, r.ld, r.beta,
+                              strip, width);
 }
 
 } // namespace sarvo::mh
@@ -180,14 +182,15 @@ sarko_error_t sarvo_mh_makeHQ(const MAT *H, const VEC *diag, const VEC *beta, MA
     constexpr const char *text = "Cannot construct Hessenberg orthogonalising matrix";
     const uint64_t n = H->rows;
     sarvo::Buffer<double> work;
-    if (sarko_error_t e = work.allocate_unset(sarvo::mh::expansion_work(n))) return wrap(e, text);
+    if (sarko_error_t e = work.allocate_unset(product_of_counts(n, sum_of_counts(n, columns_of_strip(n)))))
+        return wrap(e, text);
     if (sarko_error_t e = sarvo::mh::size_exactly(Q, n, n)) return wrap(e, text);
     if (n == 0) return 0;
-    sarvo::mh::expand(view(*H), diag->elems, beta->elems, work.get(),
-                      [Q](uint64_t first, uint64_t count, const double *strip, uint64_t width) {
-                          for (uint64_t i = 0; i < (*Q)->rows; i++)
-                              memcpy((*Q)->row_ptrs[i] + first, strip + i * width, count * sizeof(double));
-                      });
+    const auto r = sarvo::mh::gather_reflections(view(*H), diag->elems, beta->elems, work.get());
+    sarvo::mh::expand(r, work.get() + n * n, [Q](uint64_t first, uint64_t count, const double *strip, uint64_t width) {
+        for (uint64_t i = 0; i < (*Q)->rows; i++)
+            memcpy((*Q)->row_ptrs[i] + first, strip + i * width, count * sizeof(double));
+    });
     return 0;
 }
 

@@ -34,32 +34,36 @@ inline Reflection reflection(uint64_t n, double *x) {
 }
 
 // Reduction of the square matrix a to Hessenberg form as sarvo_mh_Hfactor does it; diag and beta have a.rows - 1
-// elements. Without `above`, rows are not transformed beyond their diagonal block: what is above the first
-// superdiagonal, and that diagonal itself, is undefined then. work: reduction_work(n) doubles.
+// elements. Without `above`, rows are not transformed beyond their diagonal block, and the place behind the diagonal of
+// row k is given to reflection k: that of row k in Reflections. work: reduction_work(n) doubles.
 void reduce(const View &a, bool above, double *diag, double *beta, double *work);
-inline uint64_t reduction_work(uint64_t n) { return 6 * n; }
+inline uint64_t reduction_work(uint64_t n) { return product_of_counts(6, n); }
 
-// Strips that stay in the first-level cache as long as they can; wide ones, which compute faster, beyond.
-inline uint64_t columns_of_strip(uint64_t n) { return n <= 160 || n > 640 ? 32 : n <= 320 ? 16 : 8; }
-inline uint64_t expansion_work(uint64_t n) {
-    return sum_of_counts(product_of_counts(n, n), product_of_counts(n, columns_of_strip(n)));
-}
-bool gather_reflections(const View &h, const double *diag, const double *beta, double *reflections);
-void expand_strip(uint64_t n, uint64_t first, uint64_t width, bool finite, const double *reflections,
-                  const double *beta, double *strip);
+// The reflections of a reduction: number k has its components k + 1 .. n-1 in row k.
+struct Reflections {
+    uint64_t n;
+    const double *rows;
+    uint64_t ld;
+    const double *beta;
+    bool finite; // all components and beta
+};
+// Of a matrix reduced with `above`, into an array of n rows of n.
+Reflections gather_reflections(const View &h, const double *diag, const double *beta, double *rows);
 
-// The product of the reflections of a reduced matrix, a few columns at a time: take(first, count, strip, width) gets
-// columns first .. first+count-1 in an array of n rows of `width` doubles. h is not read any more by then.
-// work: expansion_work(n) doubles.
-template <class Take> void expand(const View &h, const double *diag, const double *beta, double *work, Take take) {
-    const uint64_t n = h.rows, width = columns_of_strip(n);
-    double *reflections = work, *strip = work + n * n;
-    const bool finite = gather_reflections(h, diag, beta, reflections);
-    for (uint64_t j = 0; j < n; j += width) {
-        expand_strip(n, j, width, finite, reflections, beta, strip);
-        take(j, smaller(width, n - j), strip, width);
+// Strips that mostly stay in the first-level cache; wide ones, which compute faster, beyond.
+inline uint64_t columns_of_strip(uint64_t n) { return n <= 160 || n > 640 ? 32 : 16; }
+
+// The product of reflections, a few columns at a time: take(first, count, strip, width) gets columns first ..
+// first+count-1 in an array of n rows of `width` doubles. strip: n * columns_of_strip(n) doubles.
+void expand_strip(const Reflections &r, uint64_t first, uint64_t width, double *strip);
+template <class Take> void expand(const Reflections &r, double *strip, Take take) {
+    const uint64_t width = columns_of_strip(r.n);
+    for (uint64_t j = 0; j < r.n; j += width) {
+        expand_strip(r, j, width, strip);
+        take(j, smaller(width, r.n - j), strip, width);
     }
 }
+
 // The transpose of a matrix of n rows in strips of up to 32 columns, one after the other, each contiguous by rows and
 // filled up to a multiple of 8 columns: rotations of its rows then work on few pages of memory and all of a cache.
 struct Strips {
@@ -71,6 +75,7 @@ struct Strips {
     uint64_t width(uint64_t column) const { return smaller(columns, (n - column + 7) / 8 * 8); }
     double *strip(uint64_t column) const { return p + column * n; } // column = 0, 32, 64, ...
 
+    void clear_padding() const;                                                                // before all else
     void set_columns(uint64_t first, uint64_t count, const double *matrix, uint64_t ld) const; // from matrix(:,0) on
     void store(const View &matrix) const;                                                      // all of it
 };

@@ -108,6 +108,11 @@ State split(uint64_t lo, uint64_t hi, const double *a, double *b) {
 
 } // namespace
 
+void Strips::clear_padding() const {
+    const uint64_t last = n == 0 ? 0 : (n - 1) / columns * columns;
+    if (n % 8 != 0) memset(strip(last), 0, n * width(last) * sizeof *p);
+}
+
 void Strips::set_columns(uint64_t first, uint64_t count, const double *matrix, uint64_t ld) const {
     for (uint64_t i = 0; i < n; i += columns)
         kernels().transpose(smaller(columns, n - i), count, matrix + i * ld, ld, strip(i) + first * width(i), width(i));
@@ -146,13 +151,13 @@ namespace {
 // symmeig without its checks and texts.
 sarko_error_t solve(const MAT &A, MAT **Q, VEC **out) {
     const uint64_t n = A.rows, ldq = sarvo::mh::padded_columns(n), padded = product_of_counts(n, ldq);
-    sarvo::Buffer<double> copy, lines, vectors, expansion;
+    sarvo::Buffer<double> copy, lines, vectors, strip;
     if (sarko_error_t e = copy.allocate_unset(padded)) return e;
     if (sarko_error_t e = lines.allocate_unset(4 * n + sarvo::mh::reduction_work(n))) return e;
-    if (Q) { // zeros fill the strips up
-        if (sarko_error_t e = vectors.allocate(Strips::size(n))) return e;
-        if (sarko_error_t e = expansion.allocate_unset(sarvo::mh::expansion_work(n))) return e;
-    }
+    if (Q)
+        if (sarko_error_t e = vectors.allocate_unset(Strips::size(n))) return e;
+    if (Q)
+        if (sarko_error_t e = strip.allocate_unset(product_of_counts(n, sarvo::mh::columns_of_strip(n)))) return e;
 
     double *diag = lines.get(), *beta = diag + n, *a = beta + n, *b = a + n, *work = b + n;
     const View h = {copy.get(), n, n, ldq};
@@ -165,11 +170,13 @@ sarko_error_t solve(const MAT &A, MAT **Q, VEC **out) {
     for (uint64_t i = 0; i + 1 < n; i++) b[i] = h.p[(i + 1) * h.ld + i];
     if (!sarvo::mh::all_finite(n, a) || (n > 0 && !sarvo::mh::all_finite(n - 1, b))) return fail(SarvoMHRangeEC);
     const Strips q = {n, vectors.get()};
-    if (Q && n > 0)
-        sarvo::mh::expand(h, diag, beta, expansion.get(),
-                          [&q](uint64_t first, uint64_t count, const double *strip, uint64_t width) {
-                              q.set_columns(first, count, strip, width);
+    if (Q) {
+        q.clear_padding();
+        sarvo::mh::expand({n, h.p, h.ld, beta, true}, strip.get(),
+                          [&q](uint64_t first, uint64_t count, const double *columns, uint64_t width) {
+                              q.set_columns(first, count, columns, width);
                           });
+    }
     if (sarko_error_t e = sarvo::mh::diagonalise(n, a, b, q)) return e;
     if (sarko_error_t e = size_exactly(out, n)) return e;
     if (Q) {
@@ -193,8 +200,9 @@ sarko_error_t sarvo_mh_trieig(VEC *a, VEC *b, MAT *Q) {
     if (!sarvo::mh::all_finite(n, a->elems) || !sarvo::mh::all_finite(b->dim, b->elems)) return fail(SarvoMHRangeEC);
     sarvo::Buffer<double> vectors;
     if (Q)
-        if (sarko_error_t e = vectors.allocate(Strips::size(n))) return e;
+        if (sarko_error_t e = vectors.allocate_unset(Strips::size(n))) return e;
     const Strips q = {n, vectors.get()};
+    if (Q) q.clear_padding();
     if (Q) q.set_columns(0, n, view(*Q).p, view(*Q).ld);
     if (sarko_error_t e = sarvo::mh::diagonalise(n, a->elems, b->elems, q)) return e;
     if (Q) q.store(view(*Q));

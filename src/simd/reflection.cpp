@@ -74,14 +74,18 @@ void reflect_strip(uint64_t count, uint64_t n, const double *h, uint64_t ldh, co
 
 void dot_rows_updated(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const double *u, const double *y,
                       const double *x, double *out) {
-    uint64_t i = 0;
-    for (; i + 2 * lanes <= rows; i += 2 * lanes) sum_rows<2>(n, a + i * lda, lda, u + i, y, x, out + i);
-    for (; i + lanes <= rows; i += lanes) sum_rows<1>(n, a + i * lda, lda, u + i, y, x, out + i);
-    for (; i < rows; i++) {
+    // From the last row to the first: the pass before this one went down and has left the last rows in the caches.
+    uint64_t i = rows;
+    for (; i % lanes != 0; i--) {
         double sum = 0.0;
-        for (uint64_t j = 0; j < n; j++) sum += (a[i * lda + j] - u[i] * y[j]) * x[j];
-        out[i] = sum;
+        for (uint64_t j = 0; j < n; j++) sum += (a[(i - 1) * lda + j] - u[i - 1] * y[j]) * x[j];
+        out[i - 1] = sum;
     }
+    for (; i >= 2 * lanes; i -= 2 * lanes) {
+        const uint64_t top = i - 2 * lanes;
+        sum_rows<2>(n, a + top * lda, lda, u + top, y, x, out + top);
+    }
+    if (i != 0) sum_rows<1>(n, a, lda, u, y, x, out);
 }
 
 void reflect_columns(uint64_t count, uint64_t n, uint64_t columns, const double *h, uint64_t ldh, const double *beta,

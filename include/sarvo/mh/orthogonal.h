@@ -117,12 +117,11 @@ SARVO_API sarko_error_t sarvo_mh_symmeig(const MAT *A, MAT **Q, VEC **out);
 /* ---- Updates of factorisations ---- */
 
 /* L D L' becomes that of L D L' + alpha w w' (Bennett): CH (n x n) holds D on the diagonal and L, whose diagonal of ones
- * is not stored, below; what is above the diagonal is not read. For k = 0 .. n-1: p = w[k]; d = CH(k,k); d' = (p alpha) p +
- * d; for i > k: w[i] = w[i] - CH(i,k) p, CH(i,k) = CH(i,k) + w[i] ((alpha p) / d'); CH(k,k) = d'; alpha = alpha (d / d').
- * w is overwritten.
- * Errors, in order: null: SarvoMHNullEC; CH not square or w of another dimension: SarvoMHSizesEC; d' <= 0 (a NaN passes):
- * SarvoMHPosdefEC, with the columns before k and w updated by the steps before k; before the latter the
- * allocator's, CH and w as before. */
+ * is not stored, below; what is above the diagonal is not read. For k = 0 .. n-1: p = w[k]; d = CH(k,k);
+ * d' = (p alpha) p + d; for i > k: w[i] = w[i] - CH(i,k) p, CH(i,k) = CH(i,k) + w[i] ((alpha p) / d'); CH(k,k) = d';
+ * alpha = alpha (d / d'). w is overwritten.
+ * Errors, in order: null: SarvoMHNullEC; CH not square or w of another dimension: SarvoMHSizesEC; the allocator's, all
+ * as before; d' <= 0 (a NaN passes): SarvoMHPosdefEC, with CH and w as the steps before k left them. */
 SARVO_API sarko_error_t sarvo_mh_LDLupdate(MAT *CH, VEC *w, double alpha);
 
 /* Q R becomes the factorisation of Q (R + u v'): u is taken in the coordinates of R, so a caller who wants Q R + x v'
