@@ -39,15 +39,15 @@ void print_environment(const std::string &peers) {
     std::printf("peers: %s\n", peers.c_str());
 }
 
-std::vector<Timing> interleave(const std::vector<Candidate> &candidates, int rounds) {
+std::vector<Timing> interleave(const std::vector<Candidate> &candidates, int rounds, int repeats) {
     std::vector<std::vector<double>> seconds(candidates.size());
     for (int round = -1; round < rounds; round++)
         for (size_t c = 0; c < candidates.size(); c++) {
             if (candidates[c].prepare) candidates[c].prepare();
             const double start = now();
-            candidates[c].run();
+            for (int r = 0; r < repeats; r++) candidates[c].run();
             const double end = now();
-            if (round >= 0) seconds[c].push_back(end - start);
+            if (round >= 0) seconds[c].push_back((end - start) / repeats);
         }
     std::vector<Timing> timings;
     for (std::vector<double> &s : seconds) {
@@ -55,6 +55,46 @@ std::vector<Timing> interleave(const std::vector<Candidate> &candidates, int rou
         timings.push_back({quantile(s, 0.5), quantile(s, 0.25), quantile(s, 0.75)});
     }
     return timings;
+}
+
+double compare(const std::string &what, uint64_t n, double work, const std::vector<Candidate> &candidates,
+               double at_least) {
+    constexpr double shortest = 20e-6, budget = 0.5; // seconds: of one timing, of all of them
+    const double once = interleave({candidates[0]}, 3)[0].median;
+    const bool repeatable = !candidates[0].prepare;
+    const int repeats = repeatable ? std::max(1, static_cast<int>(shortest / once)) : 1;
+    const double round = once * repeats * static_cast<double>(candidates.size());
+    const auto t = interleave(candidates, std::clamp(static_cast<int>(budget / round), 5, 501), repeats);
+    std::printf("%-12s %8llu | %11.3f us (%.3f .. %.3f) %7.2f G/s |", what.c_str(), static_cast<unsigned long long>(n),
+                t[0].median * 1e6, t[0].low * 1e6, t[0].high * 1e6, work / t[0].median * 1e-9);
+    double best = 0.0;
+    for (size_t c = 1; c < t.size(); c++) {
+        const double ratio = t[c].median / t[0].median;
+        best = c == 1 ? ratio : std::min(best, ratio);
+        std::printf(" %s %.2f", candidates[c].name.c_str(), ratio);
+    }
+    if (at_least > 0.0) std::printf(" | best %.2f, wanted %.2f%s", best, at_least, best < at_least ? ": BELOW" : "");
+    std::printf("\n");
+    std::fflush(stdout);
+    return t[0].median;
+}
+
+double addition_latency() {
+    constexpr int count = 10000000;
+    double best = 1.0;
+    for (int round = 0; round < 5; round++) {
+        volatile double seed = 1e-3;
+        const double step = seed;
+        double sum = 0.0;
+        const double start = now();
+        for (int i = 0; i < count; i++) {
+            sum += step;
+            asm volatile("" : "+x"(sum)); // one addition after the other
+        }
+        best = std::min(best, (now() - start) / count);
+        seed = sum;
+    }
+    return best;
 }
 
 std::string format(const Timing &t) {

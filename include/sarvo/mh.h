@@ -38,6 +38,7 @@
 #include <sarvo/mh/objects.h>
 #include <sarvo/mh/orthogonal.h>
 #include <sarvo/mh/permutation.h>
+#include <sarvo/mh/random.h>
 #include <sarvo/mh/solve.h>
 
 #endif

@@ -28,7 +28,9 @@ public:
     Buffer() = default;
     Buffer(const Buffer &) = delete;
     Buffer &operator=(const Buffer &) = delete;
-    ~Buffer() { sarko_mem_free(p_); }
+    ~Buffer() {
+        if (p_) sarko_mem_free(p_);
+    }
 
     // Zero-filled. At most one allocation per buffer.
     [[nodiscard]] sarko_error_t allocate(uint64_t count) {
@@ -39,6 +41,7 @@ public:
     }
     // Contents undefined: for scratch whose first use is a write.
     [[nodiscard]] sarko_error_t allocate_unset(uint64_t count) {
+        if (count == 0) return 0;
         uint64_t bytes;
         if (__builtin_mul_overflow(count, sizeof(T), &bytes)) return allocate(count); // which says so
         void *p = nullptr;

@@ -28,6 +28,18 @@ struct View {
 };
 inline View view(const MAT &A) { return {first_row(A), A.rows, A.cols, row_stride(A)}; }
 
+// No infinity and no NaN.
+inline bool all_finite(const double *x, uint64_t n) {
+    uint64_t others = 0;
+    for (uint64_t i = 0; i < n; i++) others += !(__builtin_fabs(x[i]) < __builtin_inf());
+    return others == 0;
+}
+inline bool all_finite(const View &a) {
+    for (uint64_t i = 0; i < a.rows; i++)
+        if (!all_finite(a.p + i * a.ld, a.cols)) return false;
+    return true;
+}
+
 inline uint64_t smaller(uint64_t x, uint64_t y) { return x < y ? x : y; }
 inline uint64_t larger(uint64_t x, uint64_t y) { return x > y ? x : y; }
 

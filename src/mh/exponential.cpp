@@ -14,6 +14,7 @@
 #include "transposed_solve.h"
 
 using sarvo::fail;
+using sarvo::mh::all_finite;
 using sarvo::mh::fail_text;
 using sarvo::mh::TemporaryMatrix;
 using sarvo::mh::View;
@@ -47,13 +48,6 @@ void set_coefficients(uint64_t q, double *numerator, double *denominator) {
     }
 }
 
-bool all_finite(const MAT &A) {
-    uint64_t others = 0;
-    for (uint64_t i = 0; i < A.rows; i++)
-        for (uint64_t j = 0; j < A.cols; j++) others += !(fabs(A.row_ptrs[i][j]) < INFINITY);
-    return others == 0;
-}
-
 // *X = inverse(D) N for the scaled matrix A, of degree q.
 sarko_error_t approximate(MAT *A, uint64_t q, MAT **X) {
     const uint64_t n = A->rows, r = sarvo::mh::horner_block(q);
@@ -82,7 +76,7 @@ sarko_error_t exponential(const MAT *A, double eps, MAT **out, int32_t *q_out, i
     const uint64_t n = A->rows;
     double norm;
     if (sarko_error_t e = sarvo_mh_m_norm_inf(A, &norm)) return e;
-    if (!all_finite(*A) || !(norm < INFINITY)) return fail(SarvoMHRangeEC);
+    if (!all_finite(view(*A)) || !(norm < INFINITY)) return fail(SarvoMHRangeEC);
     if (norm <= 0.0) {
         if (sarko_error_t e = sarvo::mh::size_exactly(out, n, n)) return e;
         sarvo_mh_m_ident(*out);

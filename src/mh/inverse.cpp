@@ -6,13 +6,13 @@
 // the factors are finite. Otherwise, and when a result is not finite, the columns are solved one by one.
 #include <sarvo/mh/solve.h>
 
-#include <math.h>
 #include <string.h>
 
 #include "dense.h"
 #include "lu.h"
 #include "simd/simd.h"
 
+using sarvo::mh::all_finite;
 using sarvo::mh::Scratch;
 using sarvo::mh::smaller;
 using sarvo::mh::View;
@@ -24,10 +24,12 @@ namespace {
 constexpr uint64_t block = 32; // rows of inverse(L) at a time
 constexpr uint64_t strip = 96; // and columns: whole tiles of the product
 
-bool all_finite(const double *x, uint64_t n) {
-    uint64_t others = 0;
-    for (uint64_t i = 0; i < n; i++) others += !(fabs(x[i]) < INFINITY);
-    return others == 0;
+constexpr uint64_t line = 8; // doubles of a cache line
+
+// The systems of a strip are loaded again and again: no vector of theirs should cross a line.
+double *aligned(double *p) {
+    const uint64_t beyond = reinterpret_cast<uintptr_t>(p) / sizeof(double) % line;
+    return beyond == 0 ? p : p + (line - beyond);
 }
 
 bool has_zero_diagonal(const View &a) {
@@ -113,15 +115,15 @@ sarko_error_t sarvo_mh_m_inverse(const MAT *A, MAT **out) {
     Scratch<double, 1536> work; // enough for n = 16
     Scratch<uint32_t, 16> px;
     const uint64_t rest = sarvo::mh::larger(sarvo::mh::lu_work(n, n), kernels().product_work(block, strip, n));
-    if (sarko_error_t e = work.allocate(2 * n * n + n * solve_strip + rest)) return e;
+    if (sarko_error_t e = work.allocate(2 * n * n + n * solve_strip + rest + line)) return e;
     if (sarko_error_t e = px.allocate(n)) return e;
     if (sarko_error_t e = sarvo::mh::size_at_least(out, n, n)) return e;
-    double *y = work.get() + n * n, *x = y + n * n;
-    double *scratch = x + n * solve_strip;
-    const View lu = {work.get(), n, n, n};
+    double *x = aligned(work.get()), *y = x + n * solve_strip;
+    const View lu = {y + n * n, n, n, n};
+    double *scratch = lu.p + n * n;
     for (uint64_t i = 0; i < n; i++) memcpy(lu.p + i * n, A->row_ptrs[i], n * sizeof *lu.p);
     sarvo::mh::lu_factor(lu, px.get(), scratch);
-    if (all_finite(lu.p, n * n) && !has_zero_diagonal(lu)) {
+    if (all_finite(lu) && !has_zero_diagonal(lu)) {
         invert_lower(lu, y, scratch);
         if (solve_upper(lu, y, px.get(), x, sarvo::mh::view(**out))) return 0;
     }

@@ -14,6 +14,7 @@
 
 #include <sarvo/mh/solve.h>
 
+#include <math.h>
 #include <string.h>
 
 #include "simd/simd.h"
@@ -25,9 +26,9 @@ using sarvo::simd::kernels;
 
 namespace {
 
-constexpr uint64_t panel_width = 32; // measured best of 16, 24, 32, 48, 64 at n = 256 and 1024
-constexpr uint64_t update_rows = 8;  // rows or columns that one pass adds
-constexpr uint64_t strip = 512; // columns of U12 at a time: the panel's rows of them stay in the second-level cache
+constexpr uint64_t widest_panel = 32;
+constexpr uint64_t update_rows = 8; // rows or columns that one pass adds
+constexpr uint64_t strip = 512;     // columns of U12 at a time: the panel's rows of them stay in the second-level cache
 
 void exchange(double &x, double &y) {
     const double t = x;
@@ -39,11 +40,14 @@ void exchange(double &x, double &y) {
 struct Panel {
     double *p;
     uint64_t k0, width, rows, ld;
-    uint64_t pivots[panel_width]; // row, relative to k0, exchanged with each column's
-    uint64_t eliminated = 0;      // columns eliminated
-    uint64_t finished = 0;        // columns that are final: those, and one without elimination
+    uint64_t pivots[widest_panel]; // row, relative to k0, exchanged with each column's
+    uint64_t eliminated = 0;       // columns eliminated
+    uint64_t finished = 0;         // columns that are final: those, and one without elimination
     double *column(uint64_t j) const { return p + j * ld; }
 };
+
+// Measured best of 16, 24, 32, 48 and 64 at n = 64 and at n = 256 to 2048; parts within wider panels did not help.
+uint64_t panel_width(uint64_t rows, uint64_t cols) { return smaller(rows, cols) <= 128 ? 24 : widest_panel; }
 
 // Applies the eliminated columns before j to column j: y(r) -= L(r,q) y(q), q ascending.
 void update_column(const Panel &panel, uint64_t j) {
@@ -100,8 +104,8 @@ void exchange_rows(const View &a, const Panel &panel, uint32_t *px) {
 void update_right(const View &a, const Panel &panel, double *work) {
     const uint64_t first = panel.k0 + panel.finished, count = panel.eliminated;
     for (uint64_t c = first; c < a.cols; c += strip) {
-        const double *rows[panel_width];
-        double factors[panel_width];
+        const double *rows[widest_panel];
+        double factors[widest_panel];
         for (uint64_t t = 0; t < count; t++) {
             for (uint64_t q = 0; q < t; q++) factors[q] = -panel.column(q)[t]; // rows[q] as in earlier rounds
             rows[t] = a.p + (panel.k0 + t) * a.ld + c;
@@ -114,25 +118,76 @@ void update_right(const View &a, const Panel &panel, double *work) {
                                    work);
 }
 
+// ---- Small matrices: the stated loops ----
+
+constexpr uint64_t small = 24; // rows and columns; larger ones are faster by panels
+
+// Row of the pivot of column k, or a.rows for none.
+uint64_t find_pivot(const View &a, uint64_t k, const double *scale) {
+    uint64_t chosen = a.rows;
+    double best = 0.0;
+    for (uint64_t i = k; i < a.rows; i++) {
+        const double magnitude = fabs(a.p[i * a.ld + k]);
+        const double ratio = magnitude / scale[i];
+        if (ratio > best && 0.0 * magnitude == 0.0) { // finite
+            best = ratio;
+            chosen = i;
+        }
+    }
+    return chosen;
+}
+
+void factor_small(const View &a, uint32_t *px) {
+    double scale[small];
+    for (uint64_t i = 0; i < a.rows; i++) {
+        scale[i] = 0.0;
+        for (uint64_t j = 0; j < a.cols; j++) {
+            const double magnitude = fabs(a.p[i * a.ld + j]);
+            if (magnitude > scale[i]) scale[i] = magnitude;
+        }
+    }
+    for (uint64_t k = 0; k + 1 < smaller(a.rows, a.cols); k++) {
+        double *row_k = a.p + k * a.ld;
+        const uint64_t chosen = find_pivot(a, k, scale);
+        if (chosen == a.rows) {
+            row_k[k] = 0.0;
+            continue;
+        }
+        if (chosen != k) {
+            const uint32_t entry = px[k];
+            px[k] = px[chosen];
+            px[chosen] = entry;
+            for (uint64_t j = 0; j < a.cols; j++) exchange(row_k[j], a.p[chosen * a.ld + j]);
+        }
+        for (uint64_t i = k + 1; i < a.rows; i++) {
+            double *row = a.p + i * a.ld;
+            const double multiplier = row[k] = row[k] / row_k[k];
+            for (uint64_t j = k + 1; j < a.cols; j++) row[j] -= multiplier * row_k[j];
+        }
+    }
+}
+
 } // namespace
 
 namespace sarvo::mh {
 
 uint64_t lu_work(uint64_t rows, uint64_t cols) {
-    const uint64_t width = smaller(panel_width, cols);
+    if (rows <= small && cols <= small) return 0;
+    const uint64_t width = smaller(panel_width(rows, cols), cols);
     return rows + width * rows + kernels().product_work(rows, cols, width);
 }
 
 void lu_factor(const View &a, uint32_t *px, double *work) {
     for (uint64_t i = 0; i < a.rows; i++) px[i] = static_cast<uint32_t>(i);
+    if (a.rows <= small && a.cols <= small) return factor_small(a, px);
     double *scale = work;
-    for (uint64_t i = 0; i < a.rows; i++) scale[i] = kernels().max_abs(a.cols, a.p + i * a.ld);
-    const uint64_t positions = smaller(a.rows, a.cols);
+    kernels().max_abs_rows(a.rows, a.cols, a.p, a.ld, scale);
+    const uint64_t positions = smaller(a.rows, a.cols), width = panel_width(a.rows, a.cols);
     for (uint64_t k0 = 0; k0 < positions;) {
         Panel panel;
         panel.p = work + a.rows;
         panel.k0 = k0;
-        panel.width = smaller(panel_width, a.cols - k0);
+        panel.width = smaller(width, a.cols - k0);
         panel.rows = panel.ld = a.rows - k0;
         double *block = a.p + k0 * a.ld + k0;
         kernels().transpose(panel.rows, panel.width, block, a.ld, panel.p, panel.ld);

@@ -9,6 +9,7 @@
 
 #include "simd/simd.h"
 
+using sarvo::mh::all_finite;
 using sarvo::mh::fail_text;
 using sarvo::mh::View;
 using sarvo::simd::kernels;
@@ -19,6 +20,14 @@ namespace {
 void multiply(uint64_t n, uint64_t width, const View &a, const double *b, double *out, double *work) {
     memset(out, 0, n * width * sizeof *out);
     kernels().product_add(n, width, n, a.p, a.ld, 1, b, width, out, width, work);
+}
+
+// out = a (c I): the product with its terms that are zero left out, and so without -0.
+void multiply_by_identity(uint64_t n, uint64_t width, const View &a, double c, double *out) {
+    for (uint64_t i = 0; i < n; i++) {
+        kernels().scale(n, c, a.p + i * a.ld, out + i * width);
+        kernels().shift(n, 0.0, out + i * width, out + i * width);
+    }
 }
 
 // Adds coefficients c(0) I + c(1) A + ... of `terms` terms to one polynomial's columns. powers: A^1, A^2, ... packed.
@@ -52,11 +61,19 @@ void evaluate_polynomials(const View &A, const View &P, uint64_t degree, uint64_
         multiply(n, n, A, powers + (t - 2) * n * n, powers + (t - 1) * n * n, product_work);
     // The sums alternate between the two buffers and end in out.
     double *sum = k % 2 == 0 ? out : other, *next = k % 2 == 0 ? other : out;
-    memset(sum, 0, n * width * sizeof *sum);
-    for (uint64_t p = 0; p < count; p++)
-        add_block(n, width, coefficients[p] + k * r, degree - k * r + 1, powers, sum + p * n);
+    const uint64_t top = degree - k * r + 1; // terms of the highest block
+    // A highest block c I makes the first product a multiple of P, unless 0 times an infinity is among its terms.
+    bool multiple_of_identity = top == 1 && all_finite(P);
+    for (uint64_t p = 0; p < count; p++) multiple_of_identity &= fabs(coefficients[p][k * r]) < INFINITY;
+    if (!multiple_of_identity) {
+        memset(sum, 0, n * width * sizeof *sum);
+        for (uint64_t p = 0; p < count; p++) add_block(n, width, coefficients[p] + k * r, top, powers, sum + p * n);
+    }
     for (uint64_t b = k; b-- > 0;) {
-        multiply(n, width, P, sum, next, product_work);
+        if (b == k - 1 && multiple_of_identity)
+            for (uint64_t p = 0; p < count; p++)
+                multiply_by_identity(n, width, P, coefficients[p][k * r], next + p * n);
+        else multiply(n, width, P, sum, next, product_work);
         for (uint64_t p = 0; p < count; p++) add_block(n, width, coefficients[p] + b * r, r, powers, next + p * n);
         double *t = sum;
         sum = next;

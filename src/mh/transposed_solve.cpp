@@ -8,11 +8,11 @@
 
 #include <sarvo/mh/solve.h>
 
-#include <math.h>
 #include <string.h>
 
 #include "simd/simd.h"
 
+using sarvo::mh::all_finite;
 using sarvo::mh::smaller;
 using sarvo::mh::View;
 using sarvo::simd::kernels;
@@ -38,12 +38,6 @@ void solve_ascending(const View &T, bool divide, double *x, uint64_t width, doub
         kernels().product_subtract(n - end, width, end - i0, T.p + i0 * T.ld + end, 1, T.ld, x + i0 * width, width,
                                    x + end * width, width, work);
     }
-}
-
-bool all_finite(const double *x, uint64_t n) {
-    uint64_t others = 0;
-    for (uint64_t i = 0; i < n; i++) others += !(fabs(x[i]) < INFINITY);
-    return others == 0;
 }
 
 bool any_zero(const double *x, uint64_t n) { return kernels().first_zero(n, x) < n; }

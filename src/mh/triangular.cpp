@@ -31,8 +31,9 @@ struct Diagonal {
     const View &a;
     double diag; // 0: the stored one
 
-    // x / diagonal element i, or false for a singular one.
+    // x / diagonal element i, or false for a singular one. Division by 1 changes nothing.
     bool divide(uint64_t i, double *x) const {
+        if (diag == 1.0) return true;
         const double d = diag != 0.0 ? diag : a.p[i * a.ld + i];
         if (diag == 0.0 && !(fabs(d) > 0.0 * fabs(*x))) return false;
         *x = *x / d;
@@ -77,8 +78,8 @@ void subtract_rows(const View &a, double *x, uint64_t first, int64_t step, uint6
 
 extern "C" {
 
-// Rows i0 .. of a block take their sums over columns f .. i0-1 together, one lane a row; then each adds the terms of
-// the block's own columns, which come last.
+// Rows i0 .. of a block take their sums over columns f .. i0-1 together, one lane a row; then come the terms of the
+// block's own columns: each unknown is added to the sums of the rows behind as soon as it is known.
 sarko_error_t sarvo_mh_Lsolve(const MAT *L, const VEC *b, VEC **out, double diag) {
     uint64_t dim;
     if (sarko_error_t e = prepare(L, b, out, &dim)) return e;
@@ -92,9 +93,10 @@ sarko_error_t sarvo_mh_Lsolve(const MAT *L, const VEC *b, VEC **out, double diag
         double sums[block];
         kernels().dot_rows(rows, i0 - f, a.p + i0 * a.ld + f, a.ld, x + f, sums);
         for (uint64_t i = i0; i < i0 + rows; i++) {
-            double xi = b->elems[i] - sarvo::mh::dot(i - i0, a.p + i * a.ld + i0, x + i0, sums[i - i0]);
+            double xi = b->elems[i] - sums[i - i0];
             if (!diagonal.divide(i, &xi)) return fail(SarvoMHSingEC);
             x[i] = xi;
+            for (uint64_t r = i + 1; r < i0 + rows; r++) sums[r - i0] += a.p[r * a.ld + i] * xi;
         }
     }
     return 0;
@@ -109,10 +111,14 @@ sarko_error_t sarvo_mh_Usolve(const MAT *U, const VEC *b, VEC **out, double diag
     double *x = (*out)->elems;
     const uint64_t end = end_of_nonzero(b->elems, dim);
     set_zero(x, end, dim);
+    double last = 0.0; // x(i+1): not taken from memory, where it has only just been stored
     for (uint64_t i = end; i-- > 0;) {
-        double xi = b->elems[i] - sarvo::mh::dot(end - i - 1, a.p + i * a.ld + i + 1, x + i + 1);
-        if (!diagonal.divide(i, &xi)) return fail(SarvoMHSingEC);
-        x[i] = xi;
+        const double *row = a.p + i * a.ld;
+        double sum = 0.0;
+        if (i + 1 < end) sum = sarvo::mh::dot(end - i - 2, row + i + 2, x + i + 2, sum + row[i + 1] * last);
+        last = b->elems[i] - sum;
+        if (!diagonal.divide(i, &last)) return fail(SarvoMHSingEC);
+        x[i] = last;
     }
     return 0;
 }

@@ -17,7 +17,6 @@ namespace {
 
 constexpr uint64_t most_stages = lanes == 8 ? 3 : 2; // in one pass: 2 * 2^stages vectors stay in registers
 constexpr uint64_t leaf = 4096;                      // finished pass by pass; its factors are all in the table
-constexpr uint64_t lane_bits = lanes == 8 ? 3 : lanes == 4 ? 2 : 1;
 
 struct Points { // complex numbers, one a lane
     Vec re, im;

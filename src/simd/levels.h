@@ -16,6 +16,7 @@
     uint64_t max_index(uint64_t, const double *);                                                                      \
     double max_abs(uint64_t, const double *);                                                                          \
     void dot_rows(uint64_t, uint64_t, const double *, uint64_t, const double *, double *);                             \
+    void max_abs_rows(uint64_t, uint64_t, const double *, uint64_t, double *);                                         \
     void add_rows(uint64_t, uint64_t, const double *const *, const double *, double *);                                \
     double max_row_sum(uint64_t, uint64_t, const double *, uint64_t);                                                  \
     double max_column_sum(uint64_t, uint64_t, const double *, uint64_t);                                               \
@@ -49,6 +50,11 @@
     void rotate(uint64_t, double, double, double *, double *);                                                         \
     void rotate_sweeps(uint64_t, uint64_t, uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);          \
     void rotate_scaled_sweeps(uint64_t, uint64_t, uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);   \
+    void mt_regenerate(uint64_t *);                                                                                    \
+    void mt_uniforms(uint64_t, const uint64_t *, double *);                                                            \
+    uint64_t mt_ziggurat(uint64_t, const uint64_t *, double, const double *, const uint64_t *, double *, uint32_t *);  \
+    void gamma_trials(uint64_t, double, const double *, const double *, double *);                                     \
+    void fractions(uint64_t, const uint64_t *, double *);                                                              \
     }
 
 SARVO_DECLARE_LEVEL(ref)

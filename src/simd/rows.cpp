@@ -5,13 +5,11 @@
 namespace sarvo::simd::SARVO_SIMD_LEVEL {
 namespace {
 
-// The next terms of the sums of `lanes` rows from column j on, in lane i that of row i: the block is transposed in
-// registers. f(column, its terms).
+// f(column, elements of `lanes` rows in it) for `lanes` columns.
 template <class Use> inline void columns_of_block(const double *a, uint64_t lda, Use use) {
-    Vec r[lanes];
-    for (uint64_t i = 0; i < lanes; i++) r[i] = load(a + i * lda);
-    transpose_lanes(r);
-    for (uint64_t t = 0; t < lanes; t++) use(t, r[t]);
+    Vec column[lanes];
+    load_transposed(a, lda, column);
+    for (uint64_t t = 0; t < lanes; t++) use(t, column[t]);
 }
 
 // Sums over all columns of `blocks` * lanes rows. term(column, elements) gives what is added.
@@ -31,18 +29,40 @@ inline void sum_rows(uint64_t n, const double *a, uint64_t lda, Vec (&sum)[block
         }
 }
 
-// y strip = y strip + s(i) rows_i: `vectors` vectors of y stay in registers for `count` rows.
-template <uint64_t count> void add_block(uint64_t n, const double *const *rows, const double *s, double *y) {
-    uint64_t j = 0;
+// y(j) = y(j) + s(i) rows_i(j) for `width` <= lanes columns from j on.
+template <uint64_t count>
+inline void add_part(uint64_t j, uint64_t width, const double *const *rows, const double *s, double *y) {
+    Vec yj = load_part(y + j, width);
+    for (uint64_t i = 0; i < count; i++) yj += s[i] * load_part(rows[i] + j, width);
+    store_part(y + j, yj, width);
+}
+
+// `count` rows added in one pass from column j on: y is read and written once.
+template <uint64_t count>
+void add_block(uint64_t j, uint64_t n, const double *const *rows, const double *s, double *y) {
     for (; j + lanes <= n; j += lanes) {
         Vec yj = load(y + j);
         for (uint64_t i = 0; i < count; i++) yj += s[i] * load(rows[i] + j);
         store(y + j, yj);
     }
-    if (j == n) return;
-    Vec yj = load_part(y + j, n - j);
-    for (uint64_t i = 0; i < count; i++) yj += s[i] * load_part(rows[i] + j, n - j);
-    store_part(y + j, yj, n - j);
+    if (j < n) add_part<count>(j, n - j, rows, s, y);
+}
+
+// The first `width` < lanes columns of all rows.
+void add_start(uint64_t count, uint64_t width, const double *const *rows, const double *s, double *y) {
+    Vec sum = load_part(y, width);
+    for (uint64_t i = 0; i < count; i++) sum += s[i] * load_part(rows[i], width);
+    store_part(y, sum, width);
+}
+
+// Columns j .. of all rows, `vectors` vectors of them: y stays in registers.
+template <uint64_t vectors>
+void add_strip(uint64_t count, uint64_t j, const double *const *rows, const double *s, double *y) {
+    Vec sum[vectors];
+    for (uint64_t v = 0; v < vectors; v++) sum[v] = load(y + j + v * lanes);
+    for (uint64_t i = 0; i < count; i++)
+        for (uint64_t v = 0; v < vectors; v++) sum[v] += s[i] * load(rows[i] + j + v * lanes);
+    for (uint64_t v = 0; v < vectors; v++) store(y + j + v * lanes, sum[v]);
 }
 
 // Largest sum of magnitudes of the columns of one strip.
@@ -79,14 +99,37 @@ void dot_rows(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const do
     }
 }
 
-void add_rows(uint64_t count, uint64_t n, const double *const *rows, const double *s, double *y) {
+void max_abs_rows(uint64_t rows, uint64_t n, const double *a, uint64_t lda, double *out) {
     uint64_t i = 0;
-    for (; i + 8 <= count; i += 8) add_block<8>(n, rows + i, s + i, y);
+    for (; i + lanes <= rows && n >= lanes; i += lanes) { // columns may be met twice: a maximum does not mind
+        Vec most = {};
+        for (uint64_t j = 0; j < n; j += lanes)
+            columns_of_block(a + i * lda + smaller(j, n - lanes), lda, [&most](uint64_t, Vec elements) {
+                const Vec x = magnitude(elements);
+                most = x > most ? x : most;
+            });
+        store(out + i, most);
+    }
+    for (; i < rows; i++) out[i] = max_abs(n, a + i * lda);
+}
+
+void add_rows(uint64_t count, uint64_t n, const double *const *rows, const double *s, double *y) {
+    constexpr uint64_t long_row = 1024; // from there on rows are better read along
+    uint64_t first = 0;
+    if (count >= 8 && n < long_row) {
+        constexpr uint64_t widest = lanes == 8 ? 8 : 4;
+        // Strips begin where the first row meets a cache line, as all rows then do whose distance is whole vectors.
+        if (n >= 2 * widest * lanes) first = to_alignment(rows[0]);
+        if (first != 0) add_start(count, first, rows, s, y);
+        for (; first + widest * lanes <= n; first += widest * lanes) add_strip<widest>(count, first, rows, s, y);
+    }
+    uint64_t i = 0;
+    for (; i + 8 <= count; i += 8) add_block<8>(first, n, rows + i, s + i, y);
     if (i + 4 <= count) {
-        add_block<4>(n, rows + i, s + i, y);
+        add_block<4>(first, n, rows + i, s + i, y);
         i += 4;
     }
-    for (; i < count; i++) add_block<1>(n, rows + i, s + i, y);
+    for (; i < count; i++) add_block<1>(first, n, rows + i, s + i, y);
 }
 
 double max_row_sum(uint64_t rows, uint64_t n, const double *a, uint64_t lda) {

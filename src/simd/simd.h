@@ -39,6 +39,8 @@ struct Kernels {
     // ---- Rows and columns of a matrix: every sum ascends in one running sum from +0 ----
     void (*dot_rows)(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const double *x,
                      double *out); // out(i) = sum_j a(i,j) x(j)
+    void (*max_abs_rows)(uint64_t rows, uint64_t n, const double *a, uint64_t lda,
+                         double *out); // out(i) = max_abs of row i
     // y(j) = y(j) + s(i) a_i(j), i = 0 .. count-1 ascending, a_i = rows[i]; y may be none of the rows.
     void (*add_rows)(uint64_t count, uint64_t n, const double *const *rows, const double *s, double *y);
     // Largest sum of magnitudes of a row (a column); 0 for an empty matrix, NaNs passed over.
@@ -114,6 +116,19 @@ struct Kernels {
     // s.
     void (*rotate_scaled_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *tu,
                                  uint64_t ldtu, double *a, uint64_t lda);
+
+    // ---- Random numbers: the words of an MT19937 state, each a 32-bit value in 64 bits; T is the tempering ----
+    void (*mt_regenerate)(uint64_t *words);                              // the next 624 words in place of these
+    void (*mt_uniforms)(uint64_t n, const uint64_t *words, double *out); // out(p) = T(words(p)) 2^-32
+    // The candidates of the ziggurat: k = T(words(p)), layer i = k & 127, j = k >> 8; out(p) = (s sigma) (j width(i)),
+    // s = 1 if bit 7 of k is set, else -1. The positions with j >= inside(i) go to `outside` (room for n), ascending;
+    // returns their number.
+    uint64_t (*mt_ziggurat)(uint64_t n, const uint64_t *words, double sigma, const double *width,
+                            const uint64_t *inside, double *out, uint32_t *outside);
+    // Trials of Marsaglia and Tsang: v = 1 + c x(p), V = v v v. out(p) = V when v > 0, u(p) > 0 and
+    // u(p) < 1 - 0.0331 ((x x)(x x)); -V when only the last does not hold; else NaN.
+    void (*gamma_trials)(uint64_t n, double c, const double *x, const double *u, double *out);
+    void (*fractions)(uint64_t n, const uint64_t *x, double *out); // out(i) = x(i) as a double, times 2^-64
 };
 
 // The table for this processor.

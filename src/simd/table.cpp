@@ -23,6 +23,7 @@ constexpr Kernels table = {
     .scaled_pivot = scaled_pivot,
     .max_abs = max_abs,
     .dot_rows = dot_rows,
+    .max_abs_rows = max_abs_rows,
     .add_rows = add_rows,
     .max_row_sum = max_row_sum,
     .max_column_sum = max_column_sum,
@@ -44,6 +45,11 @@ constexpr Kernels table = {
     .rotate_sweeps = rotate_sweeps,
     .rotate_ranges = rotate_ranges,
     .rotate_scaled_sweeps = rotate_scaled_sweeps,
+    .mt_regenerate = mt_regenerate,
+    .mt_uniforms = mt_uniforms,
+    .mt_ziggurat = mt_ziggurat,
+    .gamma_trials = gamma_trials,
+    .fractions = fractions,
 };
 
 } // namespace sarvo::simd::SARVO_SIMD_LEVEL

@@ -13,7 +13,9 @@
 #include <immintrin.h> // masked loads and stores
 #endif
 
-#ifdef __FMA__
+// Clang cannot have 512-bit vectors without fused operations; there -ffp-contract=off alone keeps them out, and the test
+// of the built library looks for them.
+#if defined(__FMA__) && !defined(__clang__)
 #error "compile without -mfma: fused operations must not be available to the compiler"
 #endif
 
@@ -109,6 +111,39 @@ inline void transpose_lanes(Vec (&r)[2]) {
     r[1] = b;
 }
 #endif
+
+// The lanes x lanes block at p, transposed: lane i of vector j is element (i, j). Half of the exchange is done by the
+// loads, which leaves the shuffle port to the rest.
+#if SARVO_SIMD_LANES == 8
+inline void load_transposed(const double *p, uint64_t ld, Vec (&column)[8]) {
+    for (uint64_t h = 0; h < 2; h++) { // columns 4h .. 4h+3
+        Vec r[4];
+        for (uint64_t i = 0; i < 4; i++) {
+            const __m512d low = _mm512_castpd256_pd512(_mm256_loadu_pd(p + i * ld + 4 * h));
+            r[i] = _mm512_maskz_insertf64x4(0xff, low, _mm256_loadu_pd(p + (i + 4) * ld + 4 * h), 1);
+        }
+        const Vec a = __builtin_shufflevector(r[0], r[1], 0, 8, 2, 10, 4, 12, 6, 14);
+        const Vec b = __builtin_shufflevector(r[0], r[1], 1, 9, 3, 11, 5, 13, 7, 15);
+        const Vec c = __builtin_shufflevector(r[2], r[3], 0, 8, 2, 10, 4, 12, 6, 14);
+        const Vec d = __builtin_shufflevector(r[2], r[3], 1, 9, 3, 11, 5, 13, 7, 15);
+        column[4 * h] = __builtin_shufflevector(a, c, 0, 1, 8, 9, 4, 5, 12, 13);
+        column[4 * h + 1] = __builtin_shufflevector(b, d, 0, 1, 8, 9, 4, 5, 12, 13);
+        column[4 * h + 2] = __builtin_shufflevector(a, c, 2, 3, 10, 11, 6, 7, 14, 15);
+        column[4 * h + 3] = __builtin_shufflevector(b, d, 2, 3, 10, 11, 6, 7, 14, 15);
+    }
+}
+#else
+inline void load_transposed(const double *p, uint64_t ld, Vec (&column)[lanes]) {
+    for (uint64_t i = 0; i < lanes; i++) column[i] = load(p + i * ld);
+    transpose_lanes(column);
+}
+#endif
+
+// Elements before the first whole vector that lies within a cache line, for doubles at p.
+inline uint64_t to_alignment(const double *p) {
+    const uint64_t offset = reinterpret_cast<uintptr_t>(p) / sizeof(double) % lanes;
+    return offset == 0 ? 0 : lanes - offset;
+}
 
 // Eight partial sums, those of elements 0, 8, 16, ...; 1, 9, 17, ...; and so on.
 struct Group {

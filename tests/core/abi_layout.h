@@ -6,6 +6,7 @@
 
 #include <sarvo/lsq.h>
 #include <sarvo/mh.h>
+#include <sarvo/rng.h>
 
 #define SIZE(record, bytes) static_assert(sizeof(record) == (bytes), #record)
 #define FIELD(record, field, offset) static_assert(offsetof(record, field) == (offset), #record "." #field)
@@ -115,5 +116,33 @@ FIELD(sarvo_lsq, model, 248);
 FIELD(sarvo_lsq, restore, 256);
 FIELD(sarvo_lsq, progress, 264);
 FIELD(sarvo_lsq, svd, 272);
+
+SIZE(sarvo_rng_t, 104);
+FIELD(sarvo_rng_t, method, 0);
+FIELD(sarvo_rng_t, name, 8);
+FIELD(sarvo_rng_t, max, 16);
+FIELD(sarvo_rng_t, min, 24);
+FIELD(sarvo_rng_t, set, 32);
+FIELD(sarvo_rng_t, get, 40);
+FIELD(sarvo_rng_t, get_double, 48);
+FIELD(sarvo_rng_t, state_size, 56);
+FIELD(sarvo_rng_t, state, 64);
+FIELD(sarvo_rng_t, gauss_method, 72);
+FIELD(sarvo_rng_t, gauss, 80);
+FIELD(sarvo_rng_t, gamma_method, 88);
+FIELD(sarvo_rng_t, gamma, 96);
+
+SIZE(sarvo_nr_rng_t, 32);
+FIELD(sarvo_nr_rng_t, method, 0);
+FIELD(sarvo_nr_rng_t, u, 8);
+FIELD(sarvo_nr_rng_t, v, 16);
+FIELD(sarvo_nr_rng_t, w, 24);
+
+SIZE(sarvo_nr_rng_gamma_t, 40);
+FIELD(sarvo_nr_rng_gamma_t, alph, 0);
+FIELD(sarvo_nr_rng_gamma_t, bet, 8);
+FIELD(sarvo_nr_rng_gamma_t, oalph, 16);
+FIELD(sarvo_nr_rng_gamma_t, a1, 24);
+FIELD(sarvo_nr_rng_gamma_t, a2, 32);
 
 #endif

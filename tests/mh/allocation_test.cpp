@@ -9,7 +9,7 @@ using namespace test::mh;
 struct Operands : test::AllocationScenario {
     Mat A{3, 3, {4, 1, 2, 1, 5, 3, 2, 3, 6}}, B{3, 3, {1, 2, 3, 4, 5, 6, 7, 8, 10}}, large{70, 70}, factored{70, 70},
         singular{2, 2}, out;
-    Vec x{{1, 2, 3}}, y{{4, 5, 6}}, v, long_x{Doubles(600, 1.5)}, sorted{{3, 1, 2}}, three{{1, 2, 3}},
+    Vec x{{1, 2, 3}}, y{{4, 5, 6}}, v, long_x{Doubles(4000, 1.5)}, sorted{{3, 1, 2}}, three{{1, 2, 3}},
         seventy{Doubles(70, 1.5)}, below{Doubles(69, 0.5)}, other{Doubles(70, 0.25)}, many{Doubles(5000, 1.0)},
         more{Doubles(5000, 2.0)};
     Perm p{{2, 0, 1}}, identity{{0, 1, 2}}, pivot{std::vector<uint32_t>(70)}, q;

@@ -12,7 +12,7 @@ using namespace test::mh;
 using test::expect_error;
 using test::expect_success;
 
-const uint64_t sizes[] = {0, 1, 2, 3, 4, 5, 7, 8, 9, 12, 16, 17, 23, 24, 25, 31, 33, 40, 63, 65, 66, 100, 127, 130};
+const std::vector<uint64_t> sizes = awkward_sizes();
 
 // ---- The stated loops ----
 

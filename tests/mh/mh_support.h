@@ -79,6 +79,14 @@ inline std::string bytes(const MAT *A) {
     return all;
 }
 
+// 0 .. 40, 63 .. 66, 100, 127 .. 130: around the lengths of vectors, tiles and blocks.
+inline std::vector<uint64_t> awkward_sizes() {
+    std::vector<uint64_t> sizes;
+    for (uint64_t n = 0; n <= 130; n++)
+        if (n <= 40 || (n >= 63 && n <= 66) || n == 100 || n >= 127) sizes.push_back(n);
+    return sizes;
+}
+
 enum class Fill { plain, zeros, special };
 inline constexpr Fill fills[] = {Fill::plain, Fill::zeros, Fill::special};
 

@@ -37,7 +37,8 @@ Doubles sequence(uint64_t n, int kind, test::Random &random) {
         case 0: x[i] = random.symmetric(); break;
         case 1: x[i] = static_cast<double>(random.below(7)); break; // many equal
         case 2: x[i] = random.below(9) ? random.symmetric() : random.below(2) ? 0.0 : -0.0; break;
-        case 3: x[i] = random.below(9) ? random.symmetric() : random.special(); break; // NaNs among them
+        case 3: x[i] = random.below(9) ? random.symmetric() : random.special(); break;    // NaNs among them
+        case 6: x[i] = 1.0 + static_cast<double>(random.below(1000000)) * 0x1p-52; break; // equal leading bits
         case 4: x[i] = static_cast<double>(i % 100); break;
         default: x[i] = random.below(50) ? -1e300 * random.uniform() : -1.0 / 0.0; break;
         }
@@ -46,8 +47,8 @@ Doubles sequence(uint64_t n, int kind, test::Random &random) {
 
 TEST(Sort, MakesTheStatedExchanges) {
     test::Random random(2);
-    for (const uint64_t n : {0u, 1u, 2u, 3u, 10u, 127u, 128u, 129u, 130u, 200u, 511u, 512u, 513u, 1000u, 5000u})
-        for (int kind = 0; kind < 6; kind++)
+    for (const uint64_t n : {0u, 1u, 2u, 3u, 10u, 127u, 128u, 129u, 130u, 200u, 1000u, 3999u, 4000u, 9000u})
+        for (int kind = 0; kind < 7; kind++)
             for (int round = 0; round < 3; round++) {
                 Doubles expected = sequence(n, kind, random);
                 Vec alone(expected), mirrored(expected);

@@ -96,6 +96,8 @@ TEST(Rows, EveryLevelHasTheBitsOfTheLoops) {
                 const std::string shape = " " + std::to_string(rows) + " x " + std::to_string(n);
                 expect_same_bits(values(rows, random, special), "dot_rows" + shape,
                                  [&](const Kernels &k, double *p) { k.dot_rows(rows, n, a.data(), lda, x.data(), p); });
+                expect_same_bits(values(rows, random, special), "max_abs_rows" + shape,
+                                 [&](const Kernels &k, double *p) { k.max_abs_rows(rows, n, a.data(), lda, p); });
                 expect_same_bits(values(n, random, special), "add_rows" + shape, [&](const Kernels &k, double *p) {
                     k.add_rows(rows, n, pointers.data(), s.data(), p);
                 });

@@ -11,6 +11,14 @@ void dot_rows(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const do
     }
 }
 
+void max_abs_rows(uint64_t rows, uint64_t n, const double *a, uint64_t lda, double *out) {
+    for (uint64_t i = 0; i < rows; i++) {
+        out[i] = 0.0;
+        for (uint64_t j = 0; j < n; j++)
+            if (__builtin_fabs(a[i * lda + j]) > out[i]) out[i] = __builtin_fabs(a[i * lda + j]);
+    }
+}
+
 void add_rows(uint64_t count, uint64_t n, const double *const *rows, const double *s, double *y) {
     for (uint64_t i = 0; i < count; i++)
         for (uint64_t j = 0; j < n; j++) y[j] += s[i] * rows[i][j];

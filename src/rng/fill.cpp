@@ -1,0 +1,200 @@
+// Bulk draws: whole windows of the state's words are evaluated ahead, by vectors; the few deviates that need more than
+// the common path are drawn one by one from the word at which they begin.
+#include "fill.h"
+
+#include "variates.h"
+
+namespace sarvo {
+namespace {
+
+// ---- The words that are left before the next regeneration ----
+
+struct Window {
+    const uint64_t *words;
+    uint64_t count;
+};
+
+uint64_t smaller(uint64_t a, uint64_t b) { return a < b ? a : b; }
+
+Window window(Mt19937 &s, uint64_t wanted) {
+    mt_regenerate_when_used_up(s);
+    return {s.word + s.index, smaller(wanted, static_cast<uint64_t>(Mt19937::size - s.index))};
+}
+
+Mt19937 &state_of(sarvo_rng_t &rng) { return *static_cast<Mt19937 *>(rng.state); }
+
+bool draws_are_ours(const sarvo_rng_t &rng) {
+    return rng.get == mt_get && rng.get_double == mt_get_double && rng.min == 0 && rng.max == 0xFFFFFFFF;
+}
+
+bool gauss_is_ours(const sarvo_rng_t &rng) {
+    return draws_are_ours(rng) && (rng.gauss == polar_method || rng.gauss == ziggurat_method);
+}
+
+// Where in the window that began at `base` the next word lies, after a deviate drawn singly from word p on; behind its
+// `count` words when that deviate has regenerated them: it needs far fewer words than there are, so the index fell.
+uint64_t position(const Mt19937 &s, int64_t base, uint64_t p, uint64_t count) {
+    return s.index > base + static_cast<int64_t>(p) ? static_cast<uint64_t>(s.index - base) : count + 1;
+}
+
+// ---- Normal ----
+
+// Candidates of the whole window; runs of accepted ones are copied. Where one lies outside the sure part, its deviate
+// is drawn singly, which uses further words: the candidates behind them are those of later deviates all the same.
+void fill_ziggurat(Mt19937 &s, double sigma, uint64_t n, double *out) {
+    double candidate[Mt19937::size];
+    uint32_t outside[Mt19937::size];
+    Mt19937Source source{s, true};
+    uint64_t done = 0;
+    while (done < n) {
+        const Window w = window(s, n - done); // a deviate takes a word at least: never more than n are drawn
+        const int64_t base = s.index;
+        const uint64_t unsure =
+            simd::kernels().mt_ziggurat(w.count, w.words, sigma, ziggurat::width, ziggurat::inside, candidate, outside);
+        uint64_t p = 0;
+        for (uint64_t r = 0; r < unsure && p < w.count; r++) {
+            if (outside[r] < p) continue; // a word of the last single deviate
+            while (p < outside[r]) out[done++] = candidate[p++];
+            s.index = base + static_cast<int64_t>(p);
+            out[done++] = ziggurat_normal(source, sigma);
+            p = position(s, base, p, w.count);
+        }
+        if (p > w.count) continue;
+        while (p < w.count) out[done++] = candidate[p++];
+        s.index = base + static_cast<int64_t>(w.count);
+    }
+}
+
+// Trials of two words each, none of which may be 0: those that are accepted are written side by side, then finished.
+void fill_polar(Mt19937 &s, double sigma, uint64_t n, double *out) {
+    double u[Mt19937::size];
+    double y[Mt19937::size / 2];
+    double r2[Mt19937::size / 2];
+    Mt19937Source source{s, false};
+    uint64_t done = 0;
+    while (done < n) {
+        const Window w = window(s, 2 * smaller(n - done, Mt19937::size));
+        simd::kernels().mt_uniforms(w.count, w.words, u);
+        const uint64_t trials = simd::kernels().first_zero(w.count, u) / 2;
+        if (trials == 0) { // a zero, or the last word before the regeneration
+            out[done++] = polar(source, sigma);
+            continue;
+        }
+        uint64_t accepted = 0;
+        for (uint64_t t = 0; t < trials; t++) {
+            const double x = 2.0 * u[2 * t] - 1.0;
+            y[accepted] = 2.0 * u[2 * t + 1] - 1.0;
+            r2[accepted] = x * x + y[accepted] * y[accepted];
+            accepted += !(r2[accepted] > 1.0 || r2[accepted] == 0.0);
+        }
+        for (uint64_t t = 0; t < accepted; t++)
+            out[done++] = sigma * y[t] * sqrt(-2.0 * elementary::log(r2[t]) / r2[t]);
+        s.index += static_cast<int64_t>(2 * trials);
+    }
+}
+
+// ---- Gamma ----
+
+// The words of a window as uniform doubles, as normal deviates, and, each with the uniform behind it, as trials.
+struct GammaWindow {
+    double uniform[Mt19937::size];
+    double normal[Mt19937::size]; // NaN where the ziggurat needs more words
+    double trial[Mt19937::size];  // V, or -V where only the logarithms can tell, or NaN where more words are needed
+    uint64_t count;
+
+    void evaluate(const Window &w, double c) {
+        uint32_t outside[Mt19937::size];
+        count = w.count;
+        const simd::Kernels &kernels = simd::kernels();
+        kernels.mt_uniforms(count, w.words, uniform);
+        const uint64_t unsure =
+            kernels.mt_ziggurat(count, w.words, 1.0, ziggurat::width, ziggurat::inside, normal, outside);
+        for (uint64_t r = 0; r < unsure; r++) normal[outside[r]] = __builtin_nan("");
+        kernels.gamma_trials(count - 1, c, normal, uniform + 1, trial);
+        trial[count - 1] = __builtin_nan("");
+    }
+};
+
+// V of the first trial that is taken, from word p on, two words a trial; p moves behind it. 0 when a trial needs more
+// words than two.
+double gamma_in_window(const GammaWindow &w, const GammaShape &shape, uint64_t &p) {
+    for (; p < w.count; p += 2) {
+        double V = w.trial[p];
+        if (!(V > 0.0)) {
+            if (!(V < 0.0)) return 0.0;
+            V = -V;
+            if (!shape.takes_by_logarithms(w.normal[p], V, w.uniform[p + 1])) continue;
+        }
+        p += 2;
+        return V;
+    }
+    return 0.0;
+}
+
+// Below 1 the uniform double of the power stands first.
+template <bool below_1> void fill_gamma(Mt19937 &s, double a, double b, uint64_t n, double *out) {
+    const GammaShape shape(below_1 ? a + 1.0 : a);
+    const double scale = b * shape.d;
+    const double power = 1.0 / a;
+    GammaWindow w;
+    Mt19937Source source{s, true};
+    uint64_t done = 0;
+    while (done < n) {
+        w.evaluate(window(s, 3 * smaller(n - done, Mt19937::size)), shape.c);
+        const int64_t base = s.index;
+        uint64_t p = 0;
+        while (done < n && p < w.count) {
+            uint64_t behind = below_1 ? p + 1 : p;
+            const bool regular = !below_1 || w.uniform[p] > 0.0;
+            const double V = regular ? gamma_in_window(w, shape, behind) : 0.0;
+            if (V != 0.0) {
+                out[done++] = below_1 ? scale * V * elementary::pow(w.uniform[p], power) : scale * V;
+                p = behind;
+            } else { // from its first word on by itself
+                s.index = base + static_cast<int64_t>(p);
+                out[done++] = marsaglia_tsang(source, a, b);
+                p = position(s, base, p, w.count);
+            }
+        }
+        if (p <= w.count) s.index = base + static_cast<int64_t>(p);
+    }
+}
+
+} // namespace
+
+void rng_fill_uniform(sarvo_rng_t *rng, uint64_t n, double *out) {
+    if (rng->get_double != mt_get_double) {
+        for (uint64_t i = 0; i < n; i++) out[i] = rng->get_double(rng->state);
+        return;
+    }
+    Mt19937 &s = state_of(*rng);
+    for (uint64_t done = 0; done < n;) {
+        const Window w = window(s, n - done);
+        simd::kernels().mt_uniforms(w.count, w.words, out + done);
+        s.index += static_cast<int64_t>(w.count);
+        done += w.count;
+    }
+}
+
+void rng_fill_gauss(sarvo_rng_t *rng, double sigma, uint64_t n, double *out) {
+    if (!gauss_is_ours(*rng)) {
+        for (uint64_t i = 0; i < n; i++) out[i] = rng->gauss(rng, sigma);
+    } else if (rng->gauss == ziggurat_method) {
+        fill_ziggurat(state_of(*rng), sigma, n, out);
+    } else {
+        fill_polar(state_of(*rng), sigma, n, out);
+    }
+}
+
+void rng_fill_gamma(sarvo_rng_t *rng, double a, double b, uint64_t n, double *out) {
+    if (!gauss_is_ours(*rng) || rng->gamma != marsaglia_tsang_method) {
+        for (uint64_t i = 0; i < n; i++) out[i] = rng->gamma(rng, a, b);
+    } else if (rng->gauss == ziggurat_method && a > 0.0) {
+        (a < 1.0 ? fill_gamma<true> : fill_gamma<false>)(state_of(*rng), a, b, n, out);
+    } else {
+        Mt19937Source source{state_of(*rng), rng->gauss == ziggurat_method};
+        for (uint64_t i = 0; i < n; i++) out[i] = marsaglia_tsang(source, a, b);
+    }
+}
+
+} // namespace sarvo

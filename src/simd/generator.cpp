@@ -1,0 +1,131 @@
+// Kernels of the random generators: state regeneration, tempering and conversion, the ziggurat's candidates.
+#include "levels.h"
+#include "vec.h"
+
+namespace sarvo::simd::SARVO_SIMD_LEVEL {
+namespace {
+
+typedef uint64_t Words __attribute__((vector_size(sizeof(Vec))));
+typedef uint64_t WordsAnywhere __attribute__((vector_size(sizeof(Vec)), aligned(8), may_alias));
+
+inline Words load_words(const uint64_t *p) { return *reinterpret_cast<const WordsAnywhere *>(p); }
+inline void store_words(uint64_t *p, Words w) { *reinterpret_cast<WordsAnywhere *>(p) = w; }
+
+// The recurrence of MT19937, for one word or one vector of words.
+template <class T> inline T twist(T high, T low, T distant) {
+    const T y = (high & 0x80000000) | (low & 0x7FFFFFFF);
+    return distant ^ (y >> 1) ^ (-(low & 1) & 0x9908B0DF);
+}
+
+template <class T> inline T temper(T y) {
+    y ^= y >> 11;
+    y ^= (y << 7) & 0x9D2C5680;
+    y ^= (y << 15) & 0xEFC60000;
+    return y ^ (y >> 18);
+}
+
+// `count` words, each from itself, its neighbour and a distant word. A vector reads what the loop one by one would read:
+// neighbours not yet changed, and distant words that are 227 behind, changed long ago, or 397 ahead.
+inline void regenerate_run(uint64_t *words, uint64_t count, const uint64_t *distant) {
+    uint64_t k = 0;
+    for (; k + lanes <= count; k += lanes)
+        store_words(words + k, twist(load_words(words + k), load_words(words + k + 1), load_words(distant + k)));
+    for (; k < count; k++) words[k] = twist(words[k], words[k + 1], distant[k]);
+}
+
+// 2^52 + w has w < 2^52 in its low bits: a conversion without the instruction that only the widest level has.
+inline Vec small_to_double(Words w) { return reinterpret_cast<Vec>(w | 0x4330000000000000) - broadcast(0x1p52); }
+
+// Table entries for the indices in the lanes, and the mask of the lanes with a >= b (both below 2^63).
+#if SARVO_SIMD_LANES == 8
+inline Vec gather(const double *table, Words index) {
+    return _mm512_mask_i64gather_pd(Vec{}, 0xFF, reinterpret_cast<__m512i>(index), table, 8);
+}
+inline Words gather(const uint64_t *table, Words index) {
+    return reinterpret_cast<Words>(
+        _mm512_mask_i64gather_epi64(__m512i{}, 0xFF, reinterpret_cast<__m512i>(index), table, 8));
+}
+inline uint64_t not_below(Words a, Words b) {
+    return _mm512_cmpge_epu64_mask(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b));
+}
+#else
+template <class Result, class T> inline Result gather_by_one(const T *table, Words index) {
+    Result r = {};
+    for (uint64_t l = 0; l < lanes; l++) r[l] = table[index[l]];
+    return r;
+}
+inline Vec gather(const double *table, Words index) { return gather_by_one<Vec>(table, index); }
+inline Words gather(const uint64_t *table, Words index) { return gather_by_one<Words>(table, index); }
+inline uint64_t not_below(Words a, Words b) {
+    const Words difference = a - b; // negative when a < b
+    uint64_t mask = 0;
+    for (uint64_t l = 0; l < lanes; l++) mask |= (~difference[l] >> 63) << l;
+    return mask;
+}
+#endif
+
+} // namespace
+
+void mt_regenerate(uint64_t *words) {
+    regenerate_run(words, 227, words + 397);
+    regenerate_run(words + 227, 396, words);
+    words[623] = twist(words[623], words[0], words[396]);
+}
+
+void mt_uniforms(uint64_t n, const uint64_t *words, double *out) {
+    uint64_t p = 0;
+    for (; p + lanes <= n; p += lanes)
+        store(out + p, small_to_double(temper(load_words(words + p))) * broadcast(0x1p-32));
+    for (; p < n; p++) out[p] = static_cast<double>(temper(words[p])) * 0x1p-32;
+}
+
+uint64_t mt_ziggurat(uint64_t n, const uint64_t *words, double sigma, const double *width, const uint64_t *inside,
+                     double *out, uint32_t *outside) {
+    uint64_t count = 0;
+    uint64_t p = 0;
+    for (; p + lanes <= n; p += lanes) {
+        const Words k = temper(load_words(words + p));
+        const Words i = k & 127;
+        const Words j = k >> 8;
+        const Words minus = (~k & 128) << 56; // the sign bit where bit 7 of k is clear
+        const Vec x = small_to_double(j) * gather(width, i);
+        store(out + p, reinterpret_cast<Vec>(reinterpret_cast<Words>(broadcast(sigma)) ^ minus) * x);
+        for (uint64_t mask = not_below(j, gather(inside, i)); mask; mask &= mask - 1)
+            outside[count++] = static_cast<uint32_t>(p) + static_cast<uint32_t>(__builtin_ctzll(mask));
+    }
+    for (; p < n; p++) {
+        const uint64_t k = temper(words[p]);
+        const double x = static_cast<double>(k >> 8) * width[k & 127];
+        out[p] = (k & 128 ? sigma : -sigma) * x;
+        if (k >> 8 >= inside[k & 127]) outside[count++] = static_cast<uint32_t>(p);
+    }
+    return count;
+}
+
+void gamma_trials(uint64_t n, double c, const double *x, const double *u, double *out) {
+    const Vec nan = broadcast(__builtin_nan(""));
+    for (uint64_t p = 0; p < n; p += lanes) {
+        const uint64_t count = smaller(lanes, n - p);
+        const Vec xp = count == lanes ? load(x + p) : load_part(x + p, count);
+        const Vec up = count == lanes ? load(u + p) : load_part(u + p, count);
+        const Vec v = 1.0 + c * xp;
+        const Vec V = v * v * v;
+        const Vec signed_V = up < 1.0 - 0.0331 * ((xp * xp) * (xp * xp)) ? V : -V;
+        const Vec trial = up > 0.0 ? (v > 0.0 ? signed_V : nan) : nan;
+        if (count == lanes) store(out + p, trial);
+        else store_part(out + p, trial, count);
+    }
+}
+
+// The two halves are exact and their sum rounds once, to the same value as the whole: 2^-64 only shifts exponents.
+void fractions(uint64_t n, const uint64_t *x, double *out) {
+    uint64_t i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const Words w = load_words(x + i);
+        const Vec high = small_to_double(w >> 32) * broadcast(0x1p-32);
+        store(out + i, high + small_to_double(w & 0xFFFFFFFF) * broadcast(0x1p-64));
+    }
+    for (; i < n; i++) out[i] = static_cast<double>(x[i]) * 0x1p-64;
+}
+
+} // namespace sarvo::simd::SARVO_SIMD_LEVEL
