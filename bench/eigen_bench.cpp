@@ -1,7 +1,7 @@
 // Eigenvalues and eigenvectors of symmetric matrices beside LAPACK's QR iteration and divide and conquer.
 //
 // In favour of the peers: their workspace is allocated beforehand and their copy of the matrix is not timed; ours
-// allocates its scratch and copies within the timed call. Ours computes with the whole matrix, theirs with one triangle.
+// allocates its scratch and copies within the timed call. Ours computes with the whole matrix, theirs with a triangle.
 #include <lapacke.h>
 
 #include <algorithm>

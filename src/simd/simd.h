@@ -112,8 +112,8 @@ struct Kernels {
     // The same with rows of its own for each sweep, first[q] <= last[q]. n is a multiple of 8.
     void (*rotate_ranges)(uint64_t sweeps, const uint64_t *first, const uint64_t *last, uint64_t n, const double *cs,
                           uint64_t ldcs, double *a, uint64_t lda);
-    // rotate_sweeps with rotations of rows that carry a scale apart: (x, y) becomes (x + t y, y - u x), t, u in place of c,
-    // s.
+    // rotate_sweeps with rotations of rows that carry a scale apart: (x, y) becomes (x + t y, y - u x), t, u in place
+    // of c, s.
     void (*rotate_scaled_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *tu,
                                  uint64_t ldtu, double *a, uint64_t lda);
 

@@ -1,4 +1,4 @@
-// Reflections, rotations, Hessenberg form and updates: bits of the plain loops, residuals, coincidence, checks in order.
+// Reflections, rotations, Hessenberg form and updates: bits of the plain loops, residuals, coincidence, checks.
 #include <cmath>
 
 #include "orthogonal_reference.h"

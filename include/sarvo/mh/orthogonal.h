@@ -10,8 +10,8 @@ extern "C" {
 #endif
 
 /* ---- Householder reflections ----
- * P = I - beta hh hh' on the positions from i0 on; elements of hh before i0 are not read. Products with P are grouped as
- * (beta * inner product) * element of hh; inner products ascend in one running sum from +0. */
+ * P = I - beta hh hh' on the positions from i0 on; elements of hh before i0 are not read. Products with P are grouped
+ * as (beta * inner product) * element of hh; inner products ascend in one running sum from +0. */
 
 /* Makes the reflection that maps elements i0 .. of vec onto a multiple of the unit vector at i0.
  * Elements i0 .. of vec are copied to *out (made or resized to vec.dim when null or shorter; a longer one keeps its
@@ -26,15 +26,15 @@ SARVO_API sarko_error_t sarvo_mh_hhvec(const VEC *vec, uint64_t i0, double *beta
  * allocator's. */
 SARVO_API sarko_error_t sarvo_mh_hhtrvec(const VEC *hh, double beta, uint64_t i0, const VEC *in, VEC **out);
 
-/* M = M P on rows i0 .. and columns j0 ..: row r becomes r - (beta (r.hh)) hh. beta = 0 does nothing; a row whose scaled
- * inner product is exactly 0 is left alone.
+/* M = M P on rows i0 .. and columns j0 ..: row r becomes r - (beta (r.hh)) hh. beta = 0 does nothing; a row whose
+ * scaled inner product is exactly 0 is left alone.
  * Errors, in order: null: SarvoMHNullEC; M.cols differs from hh.dim: SarvoMHRangeEC; i0 > M.rows or j0 > M.cols:
  * SarvoMHBoundsEC. */
 SARVO_API sarko_error_t sarvo_mh_hhtrrows(MAT *M, uint64_t i0, uint64_t j0, const VEC *hh, double beta);
 
 /* M = P M on columns j0 .. and rows i0 ..: w[j] = beta (sum hh[i] M(i,j), i >= i0), then M(i,j) = M(i,j) - hh[i] w[j].
- * beta = 0 does nothing. *workspace is made or resized to M.cols when null or shorter and holds w from j0 on afterwards;
- * the caller frees it.
+ * beta = 0 does nothing. *workspace is made or resized to M.cols when null or shorter and holds w from j0 on
+ * afterwards; the caller frees it.
  * Errors, in order: null: SarvoMHNullEC; M.rows differs from hh.dim: SarvoMHSizesEC; i0 > M.rows or j0 > M.cols:
  * SarvoMHBoundsEC; the allocator's. */
 SARVO_API sarko_error_t sarvo_mh_hhtrcols_(MAT *M, uint64_t i0, uint64_t j0, const VEC *hh, double beta,
@@ -116,8 +116,8 @@ SARVO_API sarko_error_t sarvo_mh_symmeig(const MAT *A, MAT **Q, VEC **out);
 
 /* ---- Updates of factorisations ---- */
 
-/* L D L' becomes that of L D L' + alpha w w' (Bennett): CH (n x n) holds D on the diagonal and L, whose diagonal of ones
- * is not stored, below; what is above the diagonal is not read. For k = 0 .. n-1: p = w[k]; d = CH(k,k);
+/* L D L' becomes that of L D L' + alpha w w' (Bennett): CH (n x n) holds D on the diagonal and L, whose diagonal of
+ * ones is not stored, below; what is above the diagonal is not read. For k = 0 .. n-1: p = w[k]; d = CH(k,k);
  * d' = (p alpha) p + d; for i > k: w[i] = w[i] - CH(i,k) p, CH(i,k) = CH(i,k) + w[i] ((alpha p) / d'); CH(k,k) = d';
  * alpha = alpha (d / d'). w is overwritten.
  * Errors, in order: null: SarvoMHNullEC; CH not square or w of another dimension: SarvoMHSizesEC; the allocator's, all
@@ -126,8 +126,8 @@ SARVO_API sarko_error_t sarvo_mh_LDLupdate(MAT *CH, VEC *w, double alpha);
 
 /* Q R becomes the factorisation of Q (R + u v'): u is taken in the coordinates of R, so a caller who wants Q R + x v'
  * gives u = Q' x. With k the last non-zero element of u: rotations (i, i+1), i = k-1 .. 0, made of u[i], u[i+1] turn u
- * into a multiple of e_0; u[0] v is added to row 0 of R; rotations (i, i+1), i = 0 .. k-1, made of R(i,i), R(i+1,i), left
- * out where both vanish, make R triangular again (up to rounding below the diagonal). Each is applied to the rows of R,
+ * into a multiple of e_0; u[0] v is added to row 0 of R; rotations (i, i+1), i = 0 .. k-1, made of R(i,i), R(i+1,i),
+ * left out where both vanish, make R triangular again (up to rounding below the diagonal). Each is applied to the rows of R,
  * and to the columns of Q when Q is not null. R is m x n, Q m x m. u is overwritten.
  * Errors, in order: R, u or v null: SarvoMHNullEC; Q not square or not of order m, u.dim not m, v.dim not n:
  * SarvoMHSizesEC; the allocator's, all as before. */
