@@ -95,68 +95,66 @@ void fill_polar(Mt19937 &s, double sigma, uint64_t n, double *out) {
 
 // ---- Gamma ----
 
-// The words of a window as uniform doubles, as normal deviates, and, each with the uniform behind it, as trials.
-struct GammaWindow {
-    double uniform[Mt19937::size];
-    double normal[Mt19937::size]; // NaN where the ziggurat needs more words
-    double trial[Mt19937::size];  // V, or -V where only the logarithms can tell, or NaN where more words are needed
-    uint64_t count;
+uint64_t lowest(uint64_t count) { return count < 64 ? (uint64_t{1} << count) - 1 : ~uint64_t{0}; }
 
-    void evaluate(const Window &w, double c) {
-        uint32_t outside[Mt19937::size];
-        count = w.count;
-        const simd::Kernels &kernels = simd::kernels();
-        kernels.mt_uniforms(count, w.words, uniform);
-        const uint64_t unsure =
-            kernels.mt_ziggurat(count, w.words, 1.0, ziggurat::width, ziggurat::inside, normal, outside);
-        for (uint64_t r = 0; r < unsure; r++) normal[outside[r]] = __builtin_nan("");
-        kernels.gamma_trials(count - 1, c, normal, uniform + 1, trial);
-        trial[count - 1] = __builtin_nan("");
+// The trials that are taken among those set in `all`: the sure ones, and of the others those that the logarithms take.
+uint64_t taken(const simd::GammaTrials &trials, uint64_t all, const GammaShape &shape) {
+    uint64_t mask = trials.sure & all;
+    for (uint64_t open = all & ~mask; open; open &= open - 1) {
+        const int t = __builtin_ctzll(open);
+        mask |= uint64_t{shape.takes_by_logarithms(trials.x[t], trials.V[t], trials.u[t])} << t;
     }
-};
-
-// V of the first trial that is taken, from word p on, two words a trial; p moves behind it. 0 when a trial needs more
-// words than two.
-double gamma_in_window(const GammaWindow &w, const GammaShape &shape, uint64_t &p) {
-    for (; p < w.count; p += 2) {
-        double V = w.trial[p];
-        if (!(V > 0.0)) {
-            if (!(V < 0.0)) return 0.0;
-            V = -V;
-            if (!shape.takes_by_logarithms(w.normal[p], V, w.uniform[p + 1])) continue;
-        }
-        p += 2;
-        return V;
-    }
-    return 0.0;
+    return mask;
 }
 
-// Below 1 the uniform double of the power stands first.
-template <bool below_1> void fill_gamma(Mt19937 &s, double a, double b, uint64_t n, double *out) {
-    const GammaShape shape(below_1 ? a + 1.0 : a);
+// Shape at least 1: trials of two words each. Those before the first odd one are finished here; the deviate that begins
+// there is drawn by itself.
+void fill_gamma(Mt19937 &s, double a, double b, uint64_t n, double *out) {
+    const GammaShape shape(a);
+    const double scale = b * shape.d;
+    Mt19937Source source{s, true};
+    simd::GammaTrials trials;
+    for (uint64_t done = 0; done < n;) {
+        const Window w = window(s, 2 * smaller(n - done, 64)); // a trial each at least: never more than n are drawn
+        simd::kernels().gamma_trials(w.count / 2, 2, w.words, shape.c, ziggurat::width, ziggurat::inside, &trials);
+        const uint64_t regular = trials.odd ? static_cast<uint64_t>(__builtin_ctzll(trials.odd)) : w.count / 2;
+        const uint64_t mask = taken(trials, lowest(regular), shape);
+        uint64_t t = 0;
+        for (uint64_t left_out = lowest(regular) & ~mask; left_out; left_out &= left_out - 1) {
+            const auto end = static_cast<uint64_t>(__builtin_ctzll(left_out));
+            for (; t < end; t++) out[done++] = scale * trials.V[t];
+            t++;
+        }
+        for (; t < regular; t++) out[done++] = scale * trials.V[t];
+        s.index += static_cast<int64_t>(2 * regular);
+        if (trials.odd || regular == 0) out[done++] = marsaglia_tsang(source, shape, b);
+    }
+}
+
+// Shape below 1: three words each, the first for the power. A trial that is not taken ends the run too.
+void fill_small_gamma(Mt19937 &s, double a, double b, uint64_t n, double *out) {
+    const GammaShape shape(a + 1.0);
     const double scale = b * shape.d;
     const double power = 1.0 / a;
-    GammaWindow w;
     Mt19937Source source{s, true};
-    uint64_t done = 0;
-    while (done < n) {
-        w.evaluate(window(s, 3 * smaller(n - done, Mt19937::size)), shape.c);
-        const int64_t base = s.index;
-        uint64_t p = 0;
-        while (done < n && p < w.count) {
-            uint64_t behind = below_1 ? p + 1 : p;
-            const bool regular = !below_1 || w.uniform[p] > 0.0;
-            const double V = regular ? gamma_in_window(w, shape, behind) : 0.0;
-            if (V != 0.0) {
-                out[done++] = below_1 ? scale * V * elementary::pow(w.uniform[p], power) : scale * V;
-                p = behind;
-            } else { // from its first word on by itself
-                s.index = base + static_cast<int64_t>(p);
-                out[done++] = marsaglia_tsang(source, a, b);
-                p = position(s, base, p, w.count);
-            }
+    simd::GammaTrials trials;
+    for (uint64_t done = 0; done < n;) {
+        const Window w = window(s, 3 * smaller(n - done, 32)); // a run has some 20 deviates
+        const uint64_t count = w.count / 3;
+        simd::kernels().gamma_trials(count, 3, w.words + 1, shape.c, ziggurat::width, ziggurat::inside, &trials);
+        const uint64_t regular = trials.odd ? static_cast<uint64_t>(__builtin_ctzll(trials.odd)) : count;
+        const uint64_t mask = taken(trials, lowest(regular), shape);
+        uint64_t t = 0;
+        for (; mask >> t & 1; t++) {
+            const double u = mt_to_double(mt_temper(w.words[3 * t]));
+            if (u == 0.0) break;
+            out[done++] = scale * trials.V[t] * elementary::pow(u, power);
         }
-        if (p <= w.count) s.index = base + static_cast<int64_t>(p);
+        s.index += static_cast<int64_t>(3 * t);
+        if (t < count || count == 0) {
+            const double u = positive_uniform(source);
+            out[done++] = marsaglia_tsang(source, shape, b) * elementary::pow(u, power);
+        }
     }
 }
 
@@ -190,7 +188,7 @@ void rng_fill_gamma(sarvo_rng_t *rng, double a, double b, uint64_t n, double *ou
     if (!gauss_is_ours(*rng) || rng->gamma != marsaglia_tsang_method) {
         for (uint64_t i = 0; i < n; i++) out[i] = rng->gamma(rng, a, b);
     } else if (rng->gauss == ziggurat_method && a > 0.0) {
-        (a < 1.0 ? fill_gamma<true> : fill_gamma<false>)(state_of(*rng), a, b, n, out);
+        (a < 1.0 ? fill_small_gamma : fill_gamma)(state_of(*rng), a, b, n, out);
     } else {
         Mt19937Source source{state_of(*rng), rng->gauss == ziggurat_method};
         for (uint64_t i = 0; i < n; i++) out[i] = marsaglia_tsang(source, a, b);

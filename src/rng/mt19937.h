@@ -20,14 +20,19 @@ inline void mt_regenerate_when_used_up(Mt19937 &s) {
     s.index = 0;
 }
 
-inline uint64_t mt_draw(Mt19937 &s) {
-    mt_regenerate_when_used_up(s);
-    uint64_t y = s.word[s.index++];
+inline uint64_t mt_temper(uint64_t y) {
     y ^= y >> 11;
     y ^= (y << 7) & 0x9D2C5680;
     y ^= (y << 15) & 0xEFC60000;
     return y ^ (y >> 18);
 }
+
+inline uint64_t mt_draw(Mt19937 &s) {
+    mt_regenerate_when_used_up(s);
+    return mt_temper(s.word[s.index++]);
+}
+
+inline double mt_to_double(uint64_t draw) { return static_cast<double>(draw) * 0x1p-32; }
 
 // The functions that a record carries for this generator.
 void mt_set(void *state, uint64_t seed);

@@ -15,7 +15,7 @@ void mt_set(void *state, uint64_t seed) {
 
 uint64_t mt_get(void *state) { return mt_draw(*static_cast<Mt19937 *>(state)); }
 
-double mt_get_double(void *state) { return static_cast<double>(mt_get(state)) * 0x1p-32; }
+double mt_get_double(void *state) { return mt_to_double(mt_get(state)); }
 
 } // namespace sarvo
 

@@ -107,22 +107,23 @@ struct GammaShape {
     }
 };
 
-template <class Source> double marsaglia_tsang(Source &source, double a, double b) {
-    if (a < 1.0) {
-        const double u = positive_uniform(source);
-        return marsaglia_tsang(source, a + 1.0, b) * elementary::pow(u, 1.0 / a);
-    }
-    const GammaShape shape(a);
+template <class Source> double marsaglia_tsang(Source &source, const GammaShape &shape, double b) {
     for (;;) {
         double x, v;
         do {
             x = source.normal();
             v = 1.0 + shape.c * x;
         } while (v <= 0.0);
-        v = v * v * v;
+        const double V = v * v * v;
         const double u = positive_uniform(source);
-        if (shape.takes(x, v, u)) return b * shape.d * v;
+        if (shape.takes(x, V, u)) return b * shape.d * V;
     }
+}
+
+template <class Source> double marsaglia_tsang(Source &source, double a, double b) {
+    if (!(a < 1.0)) return marsaglia_tsang(source, GammaShape(a), b);
+    const double u = positive_uniform(source);
+    return marsaglia_tsang(source, a + 1.0, b) * elementary::pow(u, 1.0 / a);
 }
 
 // ---- Sources ----
@@ -140,7 +141,7 @@ struct Mt19937Source {
     Mt19937 &state;
     bool by_ziggurat; // the normal deviates' method
     uint64_t raw() { return mt_draw(state); }
-    double uniform() { return static_cast<double>(mt_draw(state)) * 0x1p-32; }
+    double uniform() { return mt_to_double(mt_draw(state)); }
     static constexpr uint64_t offset() { return 0; }
     static constexpr uint64_t range() { return 0xFFFFFFFF; }
     double normal() { return by_ziggurat ? ziggurat_normal(*this, 1.0) : polar(*this, 1.0); }

@@ -30,11 +30,25 @@ inline void regenerate_run(uint64_t *words, uint64_t count, const uint64_t *dist
     uint64_t k = 0;
     for (; k + lanes <= count; k += lanes)
         store_words(words + k, twist(load_words(words + k), load_words(words + k + 1), load_words(distant + k)));
-    for (; k < count; k++) words[k] = twist(words[k], words[k + 1], distant[k]);
+    for (uint64_t rest = count % lanes; rest > 0; rest--, k++) words[k] = twist(words[k], words[k + 1], distant[k]);
 }
 
 // 2^52 + w has w < 2^52 in its low bits: a conversion without the instruction that only the widest level has.
 inline Vec small_to_double(Words w) { return reinterpret_cast<Vec>(w | 0x4330000000000000) - broadcast(0x1p52); }
+
+// w 2^-32 for w < 2^32: 2^20 + w 2^-32 has w in its low bits.
+inline Vec fraction_of_2_32(Words w) { return reinterpret_cast<Vec>(w | 0x4130000000000000) - broadcast(0x1p20); }
+
+// The mask of the lanes in which a comparison holds.
+template <class Comparison> inline uint64_t lanes_set(Comparison c) {
+#if SARVO_SIMD_LANES == 8
+    return _mm512_movepi64_mask(reinterpret_cast<__m512i>(c));
+#elif SARVO_SIMD_LANES == 4
+    return static_cast<uint64_t>(_mm256_movemask_pd(reinterpret_cast<__m256d>(c)));
+#else
+    return static_cast<uint64_t>(c[0] & 1) | static_cast<uint64_t>(c[1] & 2);
+#endif
+}
 
 // Table entries for the indices in the lanes, and the mask of the lanes with a >= b (both below 2^63).
 #if SARVO_SIMD_LANES == 8
@@ -57,12 +71,33 @@ template <class Result, class T> inline Result gather_by_one(const T *table, Wor
 inline Vec gather(const double *table, Words index) { return gather_by_one<Vec>(table, index); }
 inline Words gather(const uint64_t *table, Words index) { return gather_by_one<Words>(table, index); }
 inline uint64_t not_below(Words a, Words b) {
-    const Words difference = a - b; // negative when a < b
-    uint64_t mask = 0;
-    for (uint64_t l = 0; l < lanes; l++) mask |= (~difference[l] >> 63) << l;
-    return mask;
+    typedef int64_t Signed __attribute__((vector_size(sizeof(Vec))));
+    return lanes_set(reinterpret_cast<Signed>(a) >= reinterpret_cast<Signed>(b));
 }
 #endif
+
+// Words 0, stride, 2 stride, ... and those behind each; count of both.
+inline void load_pairs(const uint64_t *words, uint64_t stride, uint64_t count, Words &first, Words &second) {
+    if (stride == 2 && count == lanes) {
+        const Words a = load_words(words), b = load_words(words + lanes);
+#if SARVO_SIMD_LANES == 8
+        first = __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
+        second = __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15);
+#elif SARVO_SIMD_LANES == 4
+        first = __builtin_shufflevector(a, b, 0, 2, 4, 6);
+        second = __builtin_shufflevector(a, b, 1, 3, 5, 7);
+#else
+        first = __builtin_shufflevector(a, b, 0, 2);
+        second = __builtin_shufflevector(a, b, 1, 3);
+#endif
+        return;
+    }
+    first = second = Words{};
+    for (uint64_t l = 0; l < count; l++) {
+        first[l] = words[l * stride];
+        second[l] = words[l * stride + 1];
+    }
+}
 
 } // namespace
 
@@ -73,9 +108,15 @@ void mt_regenerate(uint64_t *words) {
 }
 
 void mt_uniforms(uint64_t n, const uint64_t *words, double *out) {
+    typedef uint32_t Halves __attribute__((vector_size(sizeof(Vec)))); // two vectors of words tempered as one
     uint64_t p = 0;
-    for (; p + lanes <= n; p += lanes)
-        store(out + p, small_to_double(temper(load_words(words + p))) * broadcast(0x1p-32));
+    for (; p + 2 * lanes <= n; p += 2 * lanes) {
+        const Words both = load_words(words + p) | load_words(words + p + lanes) << 32;
+        const Words y = reinterpret_cast<Words>(temper(reinterpret_cast<Halves>(both)));
+        store(out + p, fraction_of_2_32(y & 0xFFFFFFFF));
+        store(out + p + lanes, fraction_of_2_32(y >> 32));
+    }
+    for (; p + lanes <= n; p += lanes) store(out + p, fraction_of_2_32(temper(load_words(words + p))));
     for (; p < n; p++) out[p] = static_cast<double>(temper(words[p])) * 0x1p-32;
 }
 
@@ -102,19 +143,31 @@ uint64_t mt_ziggurat(uint64_t n, const uint64_t *words, double sigma, const doub
     return count;
 }
 
-void gamma_trials(uint64_t n, double c, const double *x, const double *u, double *out) {
-    const Vec nan = broadcast(__builtin_nan(""));
-    for (uint64_t p = 0; p < n; p += lanes) {
-        const uint64_t count = smaller(lanes, n - p);
-        const Vec xp = count == lanes ? load(x + p) : load_part(x + p, count);
-        const Vec up = count == lanes ? load(u + p) : load_part(u + p, count);
-        const Vec v = 1.0 + c * xp;
-        const Vec V = v * v * v;
-        const Vec signed_V = up < 1.0 - 0.0331 * ((xp * xp) * (xp * xp)) ? V : -V;
-        const Vec trial = up > 0.0 ? (v > 0.0 ? signed_V : nan) : nan;
-        if (count == lanes) store(out + p, trial);
-        else store_part(out + p, trial, count);
+void gamma_trials(uint64_t n, uint64_t stride, const uint64_t *words, double c, const double *width,
+                  const uint64_t *inside, GammaTrials *out) {
+    uint64_t all_odd = 0;
+    uint64_t all_sure = 0;
+    for (uint64_t t = 0; t < n && all_odd == 0; t += lanes) {
+        const uint64_t count = smaller(lanes, n - t);
+        const uint64_t used = (uint64_t{1} << count) - 1;
+        Words first, second;
+        load_pairs(words + t * stride, stride, count, first, second);
+        const Words k = temper(first);
+        const Words i = k & 127;
+        const Words j = k >> 8;
+        const Vec u = fraction_of_2_32(temper(second));
+        const Vec size = small_to_double(j) * gather(width, i);
+        const Vec x = reinterpret_cast<Vec>(reinterpret_cast<Words>(size) ^ ((~k & 128) << 56));
+        const Vec v = 1.0 + c * x;
+        store(out->x + t, x);
+        store(out->u + t, u);
+        store(out->V + t, v * v * v);
+        const uint64_t odd = (not_below(j, gather(inside, i)) | lanes_set(v <= 0.0) | lanes_set(u == 0.0)) & used;
+        all_odd |= odd << t;
+        all_sure |= (lanes_set(u < 1.0 - 0.0331 * ((x * x) * (x * x))) & ~odd & used) << t;
     }
+    out->odd = all_odd;
+    out->sure = all_sure;
 }
 
 // The two halves are exact and their sum rounds once, to the same value as the whole: 2^-64 only shifts exponents.
@@ -122,7 +175,7 @@ void fractions(uint64_t n, const uint64_t *x, double *out) {
     uint64_t i = 0;
     for (; i + lanes <= n; i += lanes) {
         const Words w = load_words(x + i);
-        const Vec high = small_to_double(w >> 32) * broadcast(0x1p-32);
+        const Vec high = fraction_of_2_32(w >> 32);
         store(out + i, high + small_to_double(w & 0xFFFFFFFF) * broadcast(0x1p-64));
     }
     for (; i < n; i++) out[i] = static_cast<double>(x[i]) * 0x1p-64;

@@ -53,7 +53,7 @@
     void mt_regenerate(uint64_t *);                                                                                    \
     void mt_uniforms(uint64_t, const uint64_t *, double *);                                                            \
     uint64_t mt_ziggurat(uint64_t, const uint64_t *, double, const double *, const uint64_t *, double *, uint32_t *);  \
-    void gamma_trials(uint64_t, double, const double *, const double *, double *);                                     \
+    void gamma_trials(uint64_t, uint64_t, const uint64_t *, double, const double *, const uint64_t *, GammaTrials *);  \
     void fractions(uint64_t, const uint64_t *, double *);                                                              \
     }
 

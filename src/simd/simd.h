@@ -11,6 +11,12 @@ namespace sarvo::simd {
 
 constexpr uint64_t solve_strip = 32; // right-hand sides that upper_solve_strip takes together
 
+// What gamma_trials tells of up to 64 trials.
+struct GammaTrials {
+    double x[64], u[64], V[64];
+    uint64_t sure, odd; // one bit a trial
+};
+
 struct Kernels {
     const char *level; // "ref" (the literal loops), "v2", "v3", "v4"; elsewhere than on x86-64 "ref", "base"
 
@@ -125,9 +131,12 @@ struct Kernels {
     // returns their number.
     uint64_t (*mt_ziggurat)(uint64_t n, const uint64_t *words, double sigma, const double *width,
                             const uint64_t *inside, double *out, uint32_t *outside);
-    // Trials of Marsaglia and Tsang: v = 1 + c x(p), V = v v v. out(p) = V when v > 0, u(p) > 0 and
-    // u(p) < 1 - 0.0331 ((x x)(x x)); -V when only the last does not hold; else NaN.
-    void (*gamma_trials)(uint64_t n, double c, const double *x, const double *u, double *out);
+    // The first n (at most 64) trials of Marsaglia and Tsang, t from the words t stride, t stride + 1: x the candidate
+    // of the ziggurat for sigma 1, u the uniform, v = 1 + c x, V = v v v. Bit t of `odd` is set when x needs more words
+    // (j >= inside(i)), or v <= 0, or u = 0; bit t of `sure` when it is not and u < 1 - 0.0331 ((x x)(x x)). Nothing is
+    // said of the trials behind the first odd one.
+    void (*gamma_trials)(uint64_t n, uint64_t stride, const uint64_t *words, double c, const double *width,
+                         const uint64_t *inside, GammaTrials *out);
     void (*fractions)(uint64_t n, const uint64_t *x, double *out); // out(i) = x(i) as a double, times 2^-64
 };
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "rng/ziggurat_tables.h"
 #include "simd/simd.h"
 #include "test_support.h"
 
@@ -214,10 +215,16 @@ const Case cases[] = {
      }},
     {"gamma_trials",
      [](const Kernels &k, Source &s, Doubles &out) {
-         const uint64_t n = s.size();
-         const Doubles x = s.values(n), u = s.values(n);
-         out = s.values(n);
-         k.gamma_trials(n, s.value(), x.data(), u.data(), out.data());
+         const uint64_t n = s.size(64), stride = 2 + s.random.below(2);
+         std::vector<uint64_t> words(n * stride + 1);
+         for (uint64_t &w : words) w = s.random.next() >> 32;
+         sarvo::simd::GammaTrials trials;
+         k.gamma_trials(n, stride, words.data(), s.random.uniform(), sarvo::ziggurat::width, sarvo::ziggurat::inside,
+                        &trials);
+         const uint64_t regular = trials.odd ? static_cast<uint64_t>(__builtin_ctzll(trials.odd)) : n;
+         out = {static_cast<double>(regular)};
+         for (uint64_t t = 0; t < regular; t++)
+             out.insert(out.end(), {trials.x[t], trials.u[t], trials.V[t], trials.sure >> t & 1 ? 1.0 : 0.0});
      }},
     {"random words",
      [](const Kernels &k, Source &s, Doubles &out) {

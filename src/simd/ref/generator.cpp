@@ -43,12 +43,19 @@ uint64_t mt_ziggurat(uint64_t n, const uint64_t *words, double sigma, const doub
     return count;
 }
 
-void gamma_trials(uint64_t n, double c, const double *x, const double *u, double *out) {
-    for (uint64_t p = 0; p < n; p++) {
-        const double v = 1.0 + c * x[p];
-        const double V = v * v * v;
-        const bool sure = u[p] < 1.0 - 0.0331 * ((x[p] * x[p]) * (x[p] * x[p]));
-        out[p] = v > 0.0 && u[p] > 0.0 ? (sure ? V : -V) : __builtin_nan("");
+void gamma_trials(uint64_t n, uint64_t stride, const uint64_t *words, double c, const double *width,
+                  const uint64_t *inside, GammaTrials *out) {
+    out->sure = out->odd = 0;
+    for (uint64_t t = 0; t < n; t++) {
+        uint32_t outside;
+        const uint64_t unsure = mt_ziggurat(1, words + t * stride, 1.0, width, inside, out->x + t, &outside);
+        mt_uniforms(1, words + t * stride + 1, out->u + t);
+        const double x = out->x[t], u = out->u[t];
+        const double v = 1.0 + c * x;
+        out->V[t] = v * v * v;
+        const uint64_t odd = unsure || v <= 0.0 || u == 0.0;
+        out->odd |= odd << t;
+        out->sure |= (!odd && u < 1.0 - 0.0331 * ((x * x) * (x * x)) ? uint64_t{1} : 0) << t;
     }
 }
 
