@@ -1,7 +1,7 @@
 // Fourier transforms beside FFTW, and convolutions beside what multiply and add allow on this processor.
 //
-// In favour of the peer: its plan is made beforehand by measurement (FFTW_MEASURE, split arrays, in place) and keeps its
-// factors; ours is the whole call, which makes its own.
+// In favour of the peer: its plan is made beforehand by measurement (FFTW_MEASURE, split arrays, in place) and keeps
+// its factors; ours is the whole call, which makes its own.
 #include <fftw3.h>
 
 #include <cmath>

@@ -36,6 +36,7 @@
 #include <sarvo/mh/fourier.h>
 #include <sarvo/mh/function.h>
 #include <sarvo/mh/objects.h>
+#include <sarvo/mh/orthogonal.h>
 #include <sarvo/mh/permutation.h>
 #include <sarvo/mh/random.h>
 #include <sarvo/mh/solve.h>

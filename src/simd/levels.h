@@ -40,6 +40,11 @@
     void dot8_rows(uint64_t, uint64_t, const double *, uint64_t, const double *, double *);                            \
     void update2_accumulate(uint64_t, uint64_t, double *, uint64_t, const double *, const double *, const double *,    \
                             const double *, const double *, double *);                                                 \
+    void dot_rows_updated(uint64_t, uint64_t, const double *, uint64_t, const double *, const double *,                \
+                          const double *, double *);                                                                   \
+    void reflect_columns(uint64_t, uint64_t, uint64_t, const double *, uint64_t, const double *, double *, uint64_t);  \
+    void rotate_ranges(uint64_t, const uint64_t *, const uint64_t *, uint64_t, const double *, uint64_t, double *,     \
+                       uint64_t);                                                                                      \
     void fourier(uint64_t, double *, double *, const double *, const double *);                                        \
     void convolve(uint64_t, uint64_t, const double *, const double *, int64_t, double *);                              \
     void rotate(uint64_t, double, double, double *, double *);                                                         \

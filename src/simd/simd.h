@@ -85,9 +85,17 @@ struct Kernels {
     void (*dot8_rows)(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const double *x, double *out);
 
     // ---- Householder reduction: two pending rank-1 updates and the next A'u in one pass ----
-    // a(i,j) = (a(i,j) - u(i) y(j)) - x(i) v(j);  z(j) = z(j) + t(i) a(i,j), i ascending.  n is a multiple of 8.
+    // a(i,j) = (a(i,j) - u(i) y(j)) - x(i) v(j);  z(j) = z(j) + t(i) a(i,j), i ascending.
     void (*update2_accumulate)(uint64_t rows, uint64_t n, double *a, uint64_t lda, const double *u, const double *y,
                                const double *x, const double *v, const double *t, double *z);
+
+    // out(i) = sum_j (a(i,j) - u(i) y(j)) x(j), j ascending, one running sum from +0; a is only read.
+    void (*dot_rows_updated)(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const double *u, const double *y,
+                             const double *x, double *out);
+    // Reflections k = count-1 .. 0 on the columns of q, which has n rows, n > count, and a multiple of 8 of columns:
+    // s(j) = sum_i h(k,i) q(i,j), i = k+1 .. n-1 ascending from +0;  q(i,j) = q(i,j) - (beta(k) s(j)) h(k,i).
+    void (*reflect_columns)(uint64_t count, uint64_t n, uint64_t columns, const double *h, uint64_t ldh,
+                            const double *beta, double *q, uint64_t ldq);
 
     // ---- Fourier transform, in place: bit reversal, then the radix-2 stages m = 1, 2, 4, .. n/2 ----
     // Stage m combines elements i and i + m: t = w x(i+m), t_re = w_re re - w_im im, t_im = w_re im + w_im re, x(i+m) =
@@ -107,8 +115,11 @@ struct Kernels {
     // last-1 ascending, by c, s = cs[q ldcs + 2j], cs[q ldcs + 2j + 1]. n columns, leading dimension lda.
     void (*rotate_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
                           double *a, uint64_t lda);
-    // The same with rotations of rows that carry a scale apart: (x, y) becomes (x + t y, y - u x), t, u in place of c,
-    // s.
+    // The same with rows of its own for each sweep, first[q] <= last[q]. n is a multiple of 8.
+    void (*rotate_ranges)(uint64_t sweeps, const uint64_t *first, const uint64_t *last, uint64_t n, const double *cs,
+                          uint64_t ldcs, double *a, uint64_t lda);
+    // rotate_sweeps with rotations of rows that carry a scale apart: (x, y) becomes (x + t y, y - u x), t, u in place
+    // of c, s.
     void (*rotate_scaled_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *tu,
                                  uint64_t ldtu, double *a, uint64_t lda);
 

@@ -32,7 +32,8 @@ void update_block(uint64_t n, double *a, uint64_t lda, const double *u, const do
         xr[r] = broadcast(x[r]);
         tr[r] = broadcast(t[r]);
     }
-    for (uint64_t j = 0; j < n; j += lanes) {
+    uint64_t j = 0;
+    for (; j + lanes <= n; j += lanes) {
         const Vec yj = load(y + j);
         const Vec vj = load(v + j);
         Vec zj = load(z + j);
@@ -43,6 +44,17 @@ void update_block(uint64_t n, double *a, uint64_t lda, const double *u, const do
         }
         store(z + j, zj);
     }
+    if (j == n) return;
+    const uint64_t rest = n - j;
+    const Vec yj = load_part(y + j, rest);
+    const Vec vj = load_part(v + j, rest);
+    Vec zj = load_part(z + j, rest);
+    for (uint64_t r = 0; r < count; r++) {
+        const Vec aj = (load_part(a + r * lda + j, rest) - ur[r] * yj) - xr[r] * vj;
+        store_part(a + r * lda + j, aj, rest);
+        zj += tr[r] * aj;
+    }
+    store_part(z + j, zj, rest);
 }
 
 } // namespace

@@ -10,7 +10,8 @@ struct Operands : test::AllocationScenario {
     Mat A{3, 3, {4, 1, 2, 1, 5, 3, 2, 3, 6}}, B{3, 3, {1, 2, 3, 4, 5, 6, 7, 8, 10}}, large{70, 70}, factored{70, 70},
         singular{2, 2}, out;
     Vec x{{1, 2, 3}}, y{{4, 5, 6}}, v, long_x{Doubles(4000, 1.5)}, sorted{{3, 1, 2}}, three{{1, 2, 3}},
-        many{Doubles(5000, 1.0)}, more{Doubles(5000, 2.0)};
+        seventy{Doubles(70, 1.5)}, below{Doubles(69, 0.5)}, other{Doubles(70, 0.25)}, many{Doubles(5000, 1.0)},
+        more{Doubles(5000, 2.0)};
     Perm p{{2, 0, 1}}, identity{{0, 1, 2}}, pivot{std::vector<uint32_t>(70)}, q;
     IVEC *iv = nullptr;
     I64VEC *i64v = nullptr;
@@ -33,9 +34,10 @@ struct Operands : test::AllocationScenario {
         return bytes(A.p) + bytes(B.p) + bytes(large.p) + bytes(x.p) + bytes(y.p) + bytes(p.p) + bytes(long_x.p);
     }
     std::string result() const override {
-        return bytes(out.p) + bytes(factored.p) + bytes(sorted.p) + bytes(three.p) + bytes(many.p) + bytes(more.p) +
-               bytes(v.p) + bytes(q.p) + test::bytes(&number, 8) + test::bytes(&sign, 4) +
-               (iv ? test::bytes(iv->elems, iv->dim * 4) : "") + (i64v ? test::bytes(i64v->elems, i64v->dim * 8) : "");
+        return bytes(out.p) + bytes(factored.p) + bytes(sorted.p) + bytes(three.p) + bytes(seventy.p) + bytes(below.p) +
+               bytes(many.p) + bytes(more.p) + bytes(v.p) + bytes(q.p) + test::bytes(&number, 8) +
+               test::bytes(&sign, 4) + (iv ? test::bytes(iv->elems, iv->dim * 4) : "") +
+               (i64v ? test::bytes(i64v->elems, i64v->dim * 8) : "");
     }
 };
 
@@ -119,6 +121,22 @@ const Case cases[] = {
     {"fft", [](Operands &o) { return sarvo_mh_fft(o.sorted.p, o.three.p); }},
     {"fft of many", [](Operands &o) { return sarvo_mh_fft(o.many.p, o.more.p); }},
     {"fft refused", [](Operands &o) { return sarvo_mh_fft(o.many.p, o.three.p); }},
+    {"hhvec", [](Operands &o) { return sarvo_mh_hhvec(o.x.p, 0, &o.number, &o.v.p, &o.number); }},
+    {"hhtrvec", [](Operands &o) { return sarvo_mh_hhtrvec(o.x.p, 0.5, 0, o.y.p, &o.v.p); }},
+    {"hhtrcols", [](Operands &o) { return sarvo_mh_hhtrcols_(o.factored.p, 0, 0, o.seventy.p, 0.5, &o.v.p); }},
+    {"hhtrcols stub", [](Operands &) { return sarvo_mh_hhtrcols(); }},
+    {"Hfactor", [](Operands &o) { return sarvo_mh_Hfactor(o.factored.p, o.many.p, o.more.p); }},
+    {"makeHQ", [](Operands &o) { return sarvo_mh_makeHQ(o.A.p, o.x.p, o.y.p, &o.out.p); }},
+    {"makeHQ refused", [](Operands &o) { return sarvo_mh_makeHQ(o.large.p, o.x.p, o.y.p, &o.out.p); }},
+    {"makeH", [](Operands &o) { return sarvo_mh_makeH(o.A.p, &o.out.p); }},
+    {"rot_vec", [](Operands &o) { return sarvo_mh_rot_vec(o.x.p, 0, 1, 0.6, 0.8, &o.v.p); }},
+    {"rot_rows", [](Operands &o) { return sarvo_mh_rot_rows(o.A.p, 0, 1, 0.6, 0.8, &o.out.p); }},
+    {"rot_cols", [](Operands &o) { return sarvo_mh_rot_cols(o.A.p, 0, 1, 0.6, 0.8, &o.out.p); }},
+    {"trieig", [](Operands &o) { return sarvo_mh_trieig(o.seventy.p, o.below.p, o.factored.p); }},
+    {"symmeig", [](Operands &o) { return sarvo_mh_symmeig(o.large.p, &o.out.p, &o.v.p); }},
+    {"symmeig refused", [](Operands &o) { return sarvo_mh_symmeig(nullptr, &o.out.p, &o.v.p); }},
+    {"LDLupdate", [](Operands &o) { return sarvo_mh_LDLupdate(o.factored.p, o.seventy.p, 0.5); }},
+    {"QRupdate", [](Operands &o) { return sarvo_mh_QRupdate(nullptr, o.factored.p, o.seventy.p, o.other.p); }},
     {"v_conv", [](Operands &o) { return sarvo_mh_v_conv(o.x.p, o.long_x.p, &o.v.p); }},
     {"v_pconv", [](Operands &o) { return sarvo_mh_v_pconv(o.long_x.p, o.x.p, &o.v.p); }},
     {"m_inverse singular", [](Operands &o) { return sarvo_mh_m_inverse(o.singular.p, &o.out.p); }},

@@ -166,6 +166,32 @@ const Case cases[] = {
          (s.random.below(2) ? k.rotate_sweeps : k.rotate_scaled_sweeps)(sweeps, first, last, n, cs.data(), 2 * rows,
                                                                         out.data(), n);
      }},
+    {"sweeps of rows of their own",
+     [](const Kernels &k, Source &s, Doubles &out) {
+         const uint64_t rows = 2 + s.random.below(10), n = 8 * s.random.below(6), sweeps = s.random.below(9);
+         const Doubles cs = s.values(sweeps * 2 * rows);
+         std::vector<uint64_t> first(sweeps + 1), last(sweeps + 1);
+         for (uint64_t q = 0; q < sweeps; q++) {
+             first[q] = s.random.below(s.random.below(2) ? 2 : rows);
+             last[q] = first[q] + s.random.below(rows - first[q]);
+         }
+         out = s.values(rows * n);
+         k.rotate_ranges(sweeps, first.data(), last.data(), n, cs.data(), 2 * rows, out.data(), n);
+     }},
+    {"dot_rows_updated",
+     [](const Kernels &k, Source &s, Doubles &out) {
+         const uint64_t rows = s.size(40), n = s.size(40);
+         const Doubles a = s.values(rows * n), u = s.values(rows), y = s.values(n), x = s.values(n);
+         out = s.values(rows);
+         k.dot_rows_updated(rows, n, a.data(), n, u.data(), y.data(), x.data(), out.data());
+     }},
+    {"reflect_columns",
+     [](const Kernels &k, Source &s, Doubles &out) {
+         const uint64_t n = 1 + s.size(20), columns = 8 * s.random.below(8), count = s.random.below(n);
+         const Doubles h = s.values(n * n), beta = s.values(n);
+         out = s.values(n * columns);
+         k.reflect_columns(count, n, columns, h.data(), n, beta.data(), out.data(), columns);
+     }},
     {"convolve",
      [](const Kernels &k, Source &s, Doubles &out) {
          const uint64_t outputs = s.size(), terms = s.size();

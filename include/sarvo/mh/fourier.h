@@ -41,8 +41,8 @@ SARVO_API sarko_error_t sarvo_mh_ifft(VEC *re, VEC *im);
  * gives NaN. Scratch: about the size of the operands.
  * Errors, in order: x1, x2 or out null: SarvoMHNullEC; *out is x1 or x2: SarvoMHInsituEC; the allocator's. */
 
-/* out[k] = sum_i x1[i] x2[k - i], linear: *out is made or resized to x1.dim + x2.dim - 1 elements, to none when x1 or x2
- * has none. */
+/* out[k] = sum_i x1[i] x2[k - i], linear: *out is made or resized to x1.dim + x2.dim - 1 elements, to none when x1 or
+ * x2 has none. */
 SARVO_API sarko_error_t sarvo_mh_v_conv(const VEC *x1, const VEC *x2, VEC **out);
 
 /* out[k] = sum_i x1[i] x2[(k - i) mod n], of period n = x2.dim: *out is made or resized to n elements. x1 may have any
