@@ -1,7 +1,6 @@
 // Fast Fourier transform and convolution.
 #include <sarvo/mh/fourier.h>
 
-#include <math.h>
 #include <string.h>
 
 #include "dense.h"
@@ -28,11 +27,7 @@ uint64_t padded(uint64_t dim) {
     return n == 0 ? UINT64_MAX : n;
 }
 
-bool all_finite(const VEC &x) {
-    for (uint64_t i = 0; i < x.dim; i++)
-        if (!isfinite(x.elems[i])) return false;
-    return true;
-}
+bool all_finite(const VEC &x) { return sarvo::mh::all_finite(x.elems, x.dim); }
 
 sarko_error_t check(const VEC *x1, const VEC *x2, VEC *const *out) {
     if (!x1 || !x2 || !out) return fail(SarvoMHNullEC);

@@ -135,10 +135,10 @@ void reduce(const View &a, bool above, double *diag, double *beta, double *work)
 Reflections gather_reflections(const View &h, const double *diag, const double *beta, double *rows) {
     const uint64_t n = h.rows;
     kernels().transpose(n, n, h.p, h.ld, rows, n);
-    bool finite = all_finite(n - 1, beta);
+    bool finite = all_finite(beta, n - 1);
     for (uint64_t k = 0; k + 1 < n; k++) {
         rows[k * n + k + 1] = diag[k];
-        finite = finite && all_finite(n - k - 1, rows + k * n + k + 1);
+        finite = finite && all_finite(rows + k * n + k + 1, n - k - 1);
     }
     return {n, rows, n, beta, finite};
 }

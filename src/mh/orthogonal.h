@@ -91,10 +91,4 @@ inline uint64_t padded_columns(uint64_t n) {
     return whole % 32 == 0 && n > 0 ? sum_of_counts(whole, 8) : whole;
 }
 
-inline bool all_finite(uint64_t n, const double *x) {
-    for (uint64_t i = 0; i < n; i++)
-        if (!isfinite(x[i])) return false;
-    return true;
-}
-
 } // namespace sarvo::mh

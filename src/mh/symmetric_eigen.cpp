@@ -163,12 +163,12 @@ sarko_error_t solve(const MAT &A, MAT **Q, VEC **out) {
     const View h = {copy.get(), n, n, ldq};
     for (uint64_t i = 0; i < n; i++) {
         memcpy(h.p + i * h.ld, A.row_ptrs[i], n * sizeof(double));
-        if (!sarvo::mh::all_finite(n, A.row_ptrs[i])) return fail(SarvoMHRangeEC);
+        if (!sarvo::mh::all_finite(A.row_ptrs[i], n)) return fail(SarvoMHRangeEC);
     }
     sarvo::mh::reduce(h, false, diag, beta, work);
     for (uint64_t i = 0; i < n; i++) a[i] = h.p[i * h.ld + i];
     for (uint64_t i = 0; i + 1 < n; i++) b[i] = h.p[(i + 1) * h.ld + i];
-    if (!sarvo::mh::all_finite(n, a) || (n > 0 && !sarvo::mh::all_finite(n - 1, b))) return fail(SarvoMHRangeEC);
+    if (!sarvo::mh::all_finite(a, n) || (n > 0 && !sarvo::mh::all_finite(b, n - 1))) return fail(SarvoMHRangeEC);
     const Strips q = {n, vectors.get()};
     if (Q) {
         q.clear_padding();
@@ -197,7 +197,7 @@ sarko_error_t sarvo_mh_trieig(VEC *a, VEC *b, MAT *Q) {
     if (b->dim != (n == 0 ? 0 : n - 1)) return fail(SarvoMHSizesEC);
     if (Q && Q->rows != n) return fail(SarvoMHSizesEC);
     if (Q && Q->cols != n) return fail(SarvoMHSquareEC);
-    if (!sarvo::mh::all_finite(n, a->elems) || !sarvo::mh::all_finite(b->dim, b->elems)) return fail(SarvoMHRangeEC);
+    if (!sarvo::mh::all_finite(a->elems, n) || !sarvo::mh::all_finite(b->elems, b->dim)) return fail(SarvoMHRangeEC);
     sarvo::Buffer<double> vectors;
     if (Q)
         if (sarko_error_t e = vectors.allocate_unset(Strips::size(n))) return e;
