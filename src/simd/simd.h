@@ -18,7 +18,7 @@ struct GammaTrials {
 };
 
 struct Kernels {
-    const char *level; // "ref" (the literal loops), "v2", "v3", "v4"; elsewhere than on x86-64 "ref", "base"
+    const char *level; // "ref" (the literal loops), "base" (any processor); on x86-64 also "v2", "v3", "v4"
 
     // ---- Element by element; out may be x or y exactly ----
     void (*add)(uint64_t n, const double *x, const double *y, double *out);                 // out(i) = x(i) + y(i)
@@ -142,6 +142,8 @@ struct Kernels {
 
 // The table for this processor.
 const Kernels &kernels();
+
+constexpr uint32_t most_levels = 5;
 
 // For tests: the levels that this processor has, the literal loops first; forcing one (null restores the choice).
 uint32_t available_levels(const Kernels **tables, uint32_t capacity);

@@ -108,8 +108,8 @@ inline void expect_bits(const Doubles &actual, const Doubles &expected, const st
 
 // Runs `check(level name)` at every level of kernels that this machine has.
 inline void at_every_level(const std::function<void(const std::string &)> &check) {
-    const sarvo::simd::Kernels *levels[4];
-    const uint32_t count = sarvo::simd::available_levels(levels, 4);
+    const sarvo::simd::Kernels *levels[sarvo::simd::most_levels];
+    const uint32_t count = sarvo::simd::available_levels(levels, sarvo::simd::most_levels);
     for (uint32_t i = 0; i < count; i++) {
         sarvo::simd::force_level(levels[i]);
         check(levels[i]->level);

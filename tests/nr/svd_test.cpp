@@ -239,8 +239,8 @@ TEST(Decomposition, KeepsSmallSingularValuesOfGradedMatricesInWhateverOrderTheyC
 }
 
 TEST(Decomposition, HasEqualBitsAtEveryLevel) {
-    const sarvo::simd::Kernels *tables[4];
-    const uint32_t count = sarvo::simd::available_levels(tables, 4);
+    const sarvo::simd::Kernels *tables[sarvo::simd::most_levels];
+    const uint32_t count = sarvo::simd::available_levels(tables, sarvo::simd::most_levels);
     for (const auto &[m, n] : {std::pair<uint64_t, uint64_t>{3, 3}, {17, 9}, {9, 17}, {61, 61}, {130, 90}}) {
         test::Random random(m * n);
         const Matrix A(m, n, random_values(m * n, random));

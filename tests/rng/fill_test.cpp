@@ -80,8 +80,8 @@ TEST(Fill, EqualsSingleDrawsAtEveryCountFromAnyPosition) {
     for (const uint64_t long_one : {623u, 624u, 625u, 1248u, 1249u, 5000u, 20000u}) counts.push_back(long_one);
     test::Random random(4);
     for (int i = 0; i < 200; i++) counts.push_back(random.below(i % 10 ? 40 : 900));
-    const sarvo::simd::Kernels *tables[4];
-    const uint32_t levels = sarvo::simd::available_levels(tables, 4);
+    const sarvo::simd::Kernels *tables[sarvo::simd::most_levels];
+    const uint32_t levels = sarvo::simd::available_levels(tables, sarvo::simd::most_levels);
     for (uint32_t l = 0; l < levels; l++) {
         sarvo::simd::force_level(tables[l]);
         for (const Kind &kind : kinds())

@@ -13,8 +13,8 @@ using sarvo::simd::Kernels;
 namespace ziggurat = sarvo::ziggurat;
 
 std::vector<const Kernels *> levels() {
-    const Kernels *tables[4];
-    const uint32_t count = sarvo::simd::available_levels(tables, 4);
+    const Kernels *tables[sarvo::simd::most_levels];
+    const uint32_t count = sarvo::simd::available_levels(tables, sarvo::simd::most_levels);
     return {tables, tables + count};
 }
 

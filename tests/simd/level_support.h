@@ -18,8 +18,8 @@ inline const std::vector<uint64_t> lengths = {0,  1,  2,  3,  4,  5,  7,  8,  9,
                                               17, 23, 24, 25, 31, 33, 63, 65, 66, 130};
 
 inline std::vector<const Kernels *> levels() {
-    const Kernels *tables[4];
-    const uint32_t count = sarvo::simd::available_levels(tables, 4);
+    const Kernels *tables[sarvo::simd::most_levels];
+    const uint32_t count = sarvo::simd::available_levels(tables, sarvo::simd::most_levels);
     return {tables, tables + count};
 }
 

@@ -241,8 +241,8 @@ const Case cases[] = {
 TEST(RandomCases, HaveTheBitsOfTheLiteralLoops) {
     const char *setting = std::getenv("SARVO_RANDOM_CASES");
     const uint64_t count = setting ? std::strtoull(setting, nullptr, 10) : 3000;
-    const Kernels *levels[4];
-    const uint32_t level_count = sarvo::simd::available_levels(levels, 4);
+    const Kernels *levels[sarvo::simd::most_levels];
+    const uint32_t level_count = sarvo::simd::available_levels(levels, sarvo::simd::most_levels);
     ASSERT_GE(level_count, 2u);
     for (const Case &c : cases)
         for (uint64_t seed = 0; seed < count; seed++) {
