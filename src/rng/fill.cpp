@@ -119,13 +119,7 @@ void fill_gamma(Mt19937 &s, double a, double b, uint64_t n, double *out) {
         simd::kernels().gamma_trials(w.count / 2, 2, w.words, shape.c, ziggurat::width, ziggurat::inside, &trials);
         const uint64_t regular = trials.odd ? static_cast<uint64_t>(__builtin_ctzll(trials.odd)) : w.count / 2;
         const uint64_t mask = taken(trials, lowest(regular), shape);
-        uint64_t t = 0;
-        for (uint64_t left_out = lowest(regular) & ~mask; left_out; left_out &= left_out - 1) {
-            const auto end = static_cast<uint64_t>(__builtin_ctzll(left_out));
-            for (; t < end; t++) out[done++] = scale * trials.V[t];
-            t++;
-        }
-        for (; t < regular; t++) out[done++] = scale * trials.V[t];
+        done += simd::kernels().pack_scaled(regular, mask, scale, trials.V, out + done);
         s.index += static_cast<int64_t>(2 * regular);
         if (trials.odd || regular == 0) out[done++] = marsaglia_tsang(source, shape, b);
     }

@@ -95,14 +95,30 @@ template <class Source> double ziggurat_normal(Source &source, double sigma) {
 
 // What a shape a >= 1 fixes.
 struct GammaShape {
-    double d, c;
-    explicit GammaShape(double a) : d(a - 1.0 / 3.0), c((1.0 / 3.0) / sqrt(d)) {}
+    double d, c, margin;
+    explicit GammaShape(double a) : d(a - 1.0 / 3.0), c((1.0 / 3.0) / sqrt(d)), margin(1e-13 * (1.0 + 1.0 / c)) {}
 
     // Whether a trial of normal x and uniform u is taken; V = (1 + c x)^3.
     bool takes(double x, double V, double u) const {
         return u < 1.0 - 0.0331 * ((x * x) * (x * x)) || takes_by_logarithms(x, V, u);
     }
+    // log u < h, h = 0.5 (x x) + d ((1 - V) + log V). With y = c x the terms up to y^3 cancel:
+    //     h = -(y^2 x^2 / 3) (1/4 - y/5 + y^2/6 - ...),
+    // and exp(h), h <= 0, lies between the sums of its series to h^3 and to h^4. The logarithms are only needed where these bounds leave it open;
+    // the margin is a thousand times the rounding of either side.
     bool takes_by_logarithms(double x, double V, double u) const {
+        const double y = c * x, yy = y * y;
+        if (yy <= 0.5625) {
+            constexpr double k[] = {1 / 4.0,  -1 / 5.0, 1 / 6.0,   -1 / 7.0, 1 / 8.0,
+                                    -1 / 9.0, 1 / 10.0, -1 / 11.0, 1 / 12.0, -1 / 13.0};
+            const double even = k[0] + yy * (k[2] + yy * (k[4] + yy * (k[6] + yy * k[8])));
+            const double odd = k[1] + yy * (k[3] + yy * (k[5] + yy * (k[7] + yy * k[9])));
+            const double series = even + y * odd, q = yy * (x * x) * (1 / 3.0);
+            const double rest = (yy * yy) * (yy * yy) * yy * (1 / 3.5); // sum of |y|^j / (j + 4), j >= 10
+            const double least = -q * (series + rest), most = -q * (series - rest);
+            if (u < 1.0 + least * (1.0 + least * (0.5 + least * (1 / 6.0))) - margin) return true;
+            if (u > 1.0 + most * (1.0 + most * (0.5 + most * (1 / 6.0 + most * (1 / 24.0)))) + margin) return false;
+        }
         return elementary::log(u) < 0.5 * (x * x) + d * ((1.0 - V) + elementary::log(V));
     }
 };

@@ -170,6 +170,21 @@ void gamma_trials(uint64_t n, uint64_t stride, const uint64_t *words, double c, 
     out->sure = all_sure;
 }
 
+uint64_t pack_scaled(uint64_t n, uint64_t mask, double s, const double *x, double *out) {
+    double *end = out;
+    uint64_t i = 0;
+#if SARVO_SIMD_LANES == 8
+    for (; i + lanes <= n; i += lanes) {
+        const auto set = static_cast<uint8_t>(mask >> i);
+        _mm512_mask_compressstoreu_pd(end, set, s * load(x + i));
+        end += __builtin_popcount(set);
+    }
+#endif
+    for (; i < n; i++)
+        if (mask >> i & 1) *end++ = s * x[i];
+    return static_cast<uint64_t>(end - out);
+}
+
 // The two halves are exact and their sum rounds once, to the same value as the whole: 2^-64 only shifts exponents.
 void fractions(uint64_t n, const uint64_t *x, double *out) {
     uint64_t i = 0;

@@ -54,6 +54,7 @@
     void mt_uniforms(uint64_t, const uint64_t *, double *);                                                            \
     uint64_t mt_ziggurat(uint64_t, const uint64_t *, double, const double *, const uint64_t *, double *, uint32_t *);  \
     void gamma_trials(uint64_t, uint64_t, const uint64_t *, double, const double *, const uint64_t *, GammaTrials *);  \
+    uint64_t pack_scaled(uint64_t, uint64_t, double, const double *, double *);                                        \
     void fractions(uint64_t, const uint64_t *, double *);                                                              \
     }
 

@@ -137,6 +137,8 @@ struct Kernels {
     // said of the trials behind the first odd one.
     void (*gamma_trials)(uint64_t n, uint64_t stride, const uint64_t *words, double c, const double *width,
                          const uint64_t *inside, GammaTrials *out);
+    // Those of the first n (at most 64) elements whose bit in mask is set, times s, side by side; returns their number.
+    uint64_t (*pack_scaled)(uint64_t n, uint64_t mask, double s, const double *x, double *out);
     void (*fractions)(uint64_t n, const uint64_t *x, double *out); // out(i) = x(i) as a double, times 2^-64
 };
 

@@ -49,6 +49,7 @@ constexpr Kernels table = {
     .mt_uniforms = mt_uniforms,
     .mt_ziggurat = mt_ziggurat,
     .gamma_trials = gamma_trials,
+    .pack_scaled = pack_scaled,
     .fractions = fractions,
 };
 

@@ -1,5 +1,6 @@
 // Deviates one at a time: bits of the stated loops, distributions, other ranges of integers, the ziggurat's tables.
 #include "literal.h"
+#include "rng/variates.h"
 #include "rng/ziggurat_tables.h"
 #include "rng_support.h"
 #include "statistics.h"
@@ -148,6 +149,28 @@ TEST(Ziggurat, NarrowerSourcesTakeTwoDrawsOrAreRefused) {
     EXPECT_GT(reports, 0);
     sarko_error_set_malfunction_handler(nullptr, nullptr);
     rng->state = state;
+}
+
+// The bounds that stand for the logarithms decide as these do, however near u is to the edge.
+TEST(GammaTrials, AreDecidedAsByTheLogarithms) {
+    test::Random random(11);
+    uint64_t taken = 0, refused = 0;
+    for (const double a : {1.0, 1.3, 2.5, 10.0, 1000.0, 1e6, 1e9}) {
+        const sarvo::GammaShape shape(a);
+        for (int round = 0; round < 200000; round++) {
+            const double x = 4.0 * random.symmetric(), v = 1.0 + shape.c * x;
+            if (v <= 0.0) continue;
+            const double V = v * v * v, h = 0.5 * (x * x) + shape.d * ((1.0 - V) + std::log(V));
+            const double off = std::ldexp(random.symmetric(), -static_cast<int>(random.below(54)));
+            const double u = round % 4 == 0 ? random.uniform() : std::exp(h) * (1.0 + off);
+            if (!(u > 0.0 && u < 1.0)) continue;
+            const bool expected = std::log(u) < h;
+            (expected ? taken : refused)++;
+            ASSERT_EQ(shape.takes_by_logarithms(x, V, u), expected) << a << ' ' << x << ' ' << u;
+        }
+    }
+    EXPECT_GT(taken, 100000u);
+    EXPECT_GT(refused, 100000u);
 }
 
 } // namespace

@@ -213,6 +213,13 @@ const Case cases[] = {
          out = s.values(2 * n);
          k.fourier(n, out.data(), out.data() + n, roots.data(), nullptr);
      }},
+    {"pack_scaled",
+     [](const Kernels &k, Source &s, Doubles &out) {
+         const uint64_t n = s.random.below(65), mask = s.random.next() | (s.random.below(2) ? s.random.next() : 0);
+         const Doubles x = s.values(n);
+         out = s.values(n); // what lies behind the packed ones must stay
+         out.push_back(static_cast<double>(k.pack_scaled(n, mask, s.value(), x.data(), out.data())));
+     }},
     {"gamma_trials",
      [](const Kernels &k, Source &s, Doubles &out) {
          const uint64_t n = s.size(64), stride = 2 + s.random.below(2);

@@ -59,6 +59,13 @@ void gamma_trials(uint64_t n, uint64_t stride, const uint64_t *words, double c, 
     }
 }
 
+uint64_t pack_scaled(uint64_t n, uint64_t mask, double s, const double *x, double *out) {
+    uint64_t count = 0;
+    for (uint64_t i = 0; i < n; i++)
+        if (mask >> i & 1) out[count++] = s * x[i];
+    return count;
+}
+
 void fractions(uint64_t n, const uint64_t *x, double *out) {
     for (uint64_t i = 0; i < n; i++) out[i] = static_cast<double>(x[i]) * 0x1p-64;
 }
