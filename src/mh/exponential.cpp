@@ -17,7 +17,6 @@ using sarvo::fail;
 using sarvo::mh::all_finite;
 using sarvo::mh::fail_text;
 using sarvo::mh::TemporaryMatrix;
-using sarvo::mh::View;
 using sarvo::mh::view;
 using sarvo::simd::kernels;
 

@@ -21,7 +21,6 @@
 
 using sarvo::mh::smaller;
 using sarvo::mh::View;
-using sarvo::simd::Kernels;
 using sarvo::simd::kernels;
 
 namespace {

@@ -8,7 +8,6 @@
 #include "simd/simd.h"
 #include "sums.h"
 
-using sarvo::fail;
 using sarvo::mh::fail_text;
 using sarvo::mh::smaller;
 using sarvo::mh::View;
@@ -102,16 +101,14 @@ sarko_error_t sarvo_mh_LUcondest(const MAT *LU, const PERM *pivot, double *cond)
     if (sarko_error_t e = sarvo_mh_v_get(LU->rows, &y.p)) return e;
     if (sarko_error_t e = sarvo_mh_v_get(LU->rows, &z.p)) return e;
     const View a = view(*LU);
-    double estimate = 0.0;
     if (!growing_solution(a, y.p->elems)) {
         *cond = INFINITY;
         return 0;
     }
     if (sarko_error_t e = sarvo_mh_LTsolve(LU, y.p, &y.p, 1.0)) return forgive_singular(e, cond);
     if (sarko_error_t e = sarvo_mh_LUsolve(LU, pivot, y.p, &z.p)) return forgive_singular(e, cond);
-    estimate = norm_of_upper(a) * norm_of_lower(a) * kernels().max_abs(a.rows, z.p->elems) /
-               kernels().max_abs(a.rows, y.p->elems);
-    *cond = estimate;
+    *cond = norm_of_upper(a) * norm_of_lower(a) * kernels().max_abs(a.rows, z.p->elems) /
+            kernels().max_abs(a.rows, y.p->elems);
     return 0;
 }
 

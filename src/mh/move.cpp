@@ -11,7 +11,6 @@ using sarvo::mh::larger;
 using sarvo::mh::null_matrix;
 using sarvo::mh::null_vector;
 using sarvo::mh::product_of_counts;
-using sarvo::mh::smaller;
 using sarvo::mh::sum_of_counts;
 
 namespace {

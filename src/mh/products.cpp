@@ -8,7 +8,6 @@
 
 using sarvo::mh::fail_text;
 using sarvo::mh::null_matrix;
-using sarvo::mh::size_at_least;
 using sarvo::mh::size_exactly;
 using sarvo::mh::smaller;
 using sarvo::mh::View;

@@ -8,7 +8,6 @@
 #include "dense.h"
 
 using sarvo::fail;
-using sarvo::mh::smaller;
 
 namespace {
 

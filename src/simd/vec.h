@@ -150,11 +150,4 @@ struct Group {
     Vec part[parts];
 };
 
-// Sum of the eight partial sums, always in this order.
-inline double fold(const Group &g) {
-    double s[group];
-    for (uint64_t p = 0; p < parts; p++) store(s + p * lanes, g.part[p]);
-    return ((s[0] + s[4]) + (s[2] + s[6])) + ((s[1] + s[5]) + (s[3] + s[7]));
-}
-
 } // namespace

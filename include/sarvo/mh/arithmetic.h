@@ -23,7 +23,8 @@ SARVO_API sarko_error_t sarvo_mh_m_sub(const MAT *A, const MAT *B, MAT **out);
 /* out = A B, out(i,j) = sum_l A(i,l) B(l,j), l ascending in one running sum from +0; terms with A(i,l) exactly 0 are
  * left out. Sized to A.rows x B.cols; out must be neither A nor B.
  * Errors, in order: "Input matrix is not initialized."; "Sizes of matrices are not consistent." (A.cols is not B.rows);
- * "Input matrix(ces) coincide with output matrix.". Beyond the first-level cache, scratch of 400 to 3500 KiB. */
+ * "Input matrix(ces) coincide with output matrix.". Scratch when B has more than 4096 elements: at
+ * most 1632 KiB. */
 SARVO_API sarko_error_t sarvo_mh_m_mlt(const MAT *A, const MAT *B, MAT **out);
 
 /* out = A B', out(i,j) = sum_l A(i,l) B(j,l), l ascending, no term left out. Sized to A.rows x B.rows; out must be
