@@ -124,8 +124,9 @@ struct Kernels {
                                  uint64_t ldtu, double *a, uint64_t lda);
 
     // ---- Random numbers: the words of an MT19937 state, each a 32-bit value in 64 bits; T is the tempering ----
-    void (*mt_regenerate)(uint64_t *words);                              // the next 624 words in place of these
-    void (*mt_uniforms)(uint64_t n, const uint64_t *words, double *out); // out(p) = T(words(p)) 2^-32
+    void (*mt_regenerate)(uint64_t *words); // the next 624 words in place of these
+    // out(p) = T(words(p)) 2^-32. The caller is about to fill `more` doubles behind them: their memory may be fetched.
+    void (*mt_uniforms)(uint64_t n, const uint64_t *words, double *out, uint64_t more);
     // The candidates of the ziggurat: k = T(words(p)), layer i = k & 127, j = k >> 8; out(p) = (s sigma) (j width(i)),
     // s = 1 if bit 7 of k is set, else -1. The positions with j >= inside(i) go to `outside` (room for n), ascending;
     // returns their number.

@@ -241,7 +241,7 @@ const Case cases[] = {
          for (uint64_t &w : words) w = s.random.next();
          k.fractions(n, words.data(), out.data() + n);
          for (uint64_t &w : words) w &= 0xFFFFFFFF;
-         k.mt_uniforms(n, words.data(), out.data());
+         k.mt_uniforms(n, words.data(), out.data(), 0);
      }},
 };
 
