@@ -44,7 +44,8 @@
                           const double *, double *);                                                                   \
     void reflect_columns(uint64_t, uint64_t, uint64_t, const double *, uint64_t, const double *, double *, uint64_t);  \
     void rotate_ranges(uint64_t, const uint64_t *, const uint64_t *, uint64_t, const double *, uint64_t, double *,     \
-                       uint64_t);                                                                                      \
+                       uint64_t, Chase *, uint64_t);                                                                   \
+    void chase(Chase *);                                                                                               \
     void fourier(uint64_t, double *, double *, const double *, const double *);                                        \
     void convolve(uint64_t, uint64_t, const double *, const double *, int64_t, double *);                              \
     void rotate(uint64_t, double, double, double *, double *);                                                         \
