@@ -35,17 +35,15 @@ struct Batch {
     }
 };
 
-enum class State { whole, split, spoiled };
-
-// Sets negligible off-diagonal elements to 0. A NaN or infinity would never split off.
-State split(uint64_t lo, uint64_t hi, const double *a, double *b) {
-    State state = State::whole;
+// Sets negligible off-diagonal elements to 0; false when there is none.
+bool split(uint64_t lo, uint64_t hi, const double *a, double *b) {
+    bool any = false;
     for (uint64_t i = lo; i < hi; i++)
         if (fabs(b[i]) < SarvoDblEps * (fabs(a[i]) + fabs(a[i + 1]))) {
             b[i] = 0.0;
-            state = State::split;
+            any = true;
         }
-    return all_finite(a + lo, hi - lo + 1) && all_finite(b + lo, hi - lo) ? state : State::spoiled;
+    return any;
 }
 
 // The QR iteration as a source of rotations that can be asked for at any time.
@@ -86,10 +84,11 @@ private:
         sweeping_ = true;
     }
 
+    // A NaN or infinity anywhere in the block makes the next sweep's rotations NaN from there on: it shows at the end of
+    // the block, which would never split off.
     void end_sweep() {
-        const State state = split(lo_, hi_, a_, b_);
-        whole_ = state == State::whole;
-        spoiled_ = state == State::spoiled;
+        whole_ = !split(lo_, hi_, a_, b_);
+        spoiled_ = !all_finite(a_ + hi_, 1) || !all_finite(b_ + hi_ - 1, 1);
         sweeping_ = false;
     }
 
@@ -143,7 +142,7 @@ sarko_error_t diagonalise(uint64_t n, double *a, double *b, const Strips &q) {
         Batch &batch = batches[k], &next = batches[1 - k];
         while (simd::Chase *sweep = iteration.under_way(batch)) kernels().chase(sweep);
         if (iteration.spoiled()) return fail(SarvoMHRangeEC);
-        if (batch.count == 0) return 0;
+        if (batch.count == 0) return all_finite(a, n) ? 0 : fail(SarvoMHRangeEC);
         next.count = 0;
         apply(batch, q, iteration, next);
     }
