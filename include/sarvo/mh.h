@@ -1,4 +1,4 @@
-/* mh: dense matrix algebra on plain records: double matrices and vectors, integer vectors, permutations.
+/* mh: matrix algebra on plain records: double matrices and vectors, integer vectors, permutations, sparse matrices.
  *
  * Everything here works on records that the library allocates and the caller owns. An operation that makes an object
  * takes the address of the caller's pointer (`out`): a null pointer gets a fresh object, an object of the wrong size is
@@ -40,5 +40,6 @@
 #include <sarvo/mh/permutation.h>
 #include <sarvo/mh/random.h>
 #include <sarvo/mh/solve.h>
+#include <sarvo/mh/sparse.h>
 
 #endif

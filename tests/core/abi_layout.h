@@ -62,6 +62,29 @@ FIELD(PERM, size, 0);
 FIELD(PERM, max_size, 4);
 FIELD(PERM, elems, 8);
 
+SIZE(row_elt, 24);
+FIELD(row_elt, col, 0);
+FIELD(row_elt, nxt_row, 4);
+FIELD(row_elt, nxt_idx, 8);
+FIELD(row_elt, val, 16);
+
+SIZE(SPROW, 24);
+FIELD(SPROW, len, 0);
+FIELD(SPROW, maxlen, 4);
+FIELD(SPROW, diag, 8);
+FIELD(SPROW, elt, 16);
+
+SIZE(SPMAT, 48);
+FIELD(SPMAT, m, 0);
+FIELD(SPMAT, n, 4);
+FIELD(SPMAT, max_m, 8);
+FIELD(SPMAT, max_n, 12);
+FIELD(SPMAT, flag_col, 16);
+FIELD(SPMAT, flag_diag, 17);
+FIELD(SPMAT, row, 24);
+FIELD(SPMAT, start_row, 32);
+FIELD(SPMAT, start_idx, 40);
+
 SIZE(sarvo_nr_svd, 96);
 FIELD(sarvo_nr_svd, done, 0);
 FIELD(sarvo_nr_svd, m, 8);
