@@ -92,32 +92,118 @@ sarko_error_t given_pattern(const SPMAT &A, Factor &L) {
     return rows_from_columns(L);
 }
 
-// The numbers; false when a pivot is not positive. x is zero before and after each row; filled(j) tells how far column j
-// goes. In a complete pattern all rows r of column j that are below i are places of row i; else mark tells them.
-template <bool complete> bool compute(const SPMAT &A, const Factor &L, double *x, int64_t *filled, int32_t *mark) {
-    const int32_t *row_of = L.columns.index.get();
-    double *value = L.columns.value.get();
-    for (int32_t j = 0; j < A.n; j++) filled[j] = L.columns.begin(j);
-    for (int32_t i = 0; i < A.n; i++) {
-        double pivot = 0.0;
-        for (int32_t k = 0; k < A.row[i].len && A.row[i].elt[k].col <= i; k++) {
-            const row_elt &entry = A.row[i].elt[k];
-            if (entry.col == i) pivot = entry.val;
-            else x[entry.col] = entry.val;
-        }
-        for (int64_t q = L.rows.begin(i); !complete && q < L.rows.end(i); q++) mark[L.rows.index[at(q)]] = i;
-        for (int64_t q = L.rows.begin(i); q < L.rows.end(i); q++) {
-            const int32_t j = L.rows.index[at(q)];
-            const double l = x[j] / L.diagonal[at(j)];
-            x[j] = 0.0;
-            for (int64_t p = L.columns.begin(j); p < filled[j]; p++)
-                if (complete || mark[row_of[p]] == i) x[row_of[p]] -= value[p] * l;
-            pivot -= l * l;
-            value[filled[j]++] = l;
-            L.rows.value[at(q)] = l;
+// The numbers, row by row. Columns j, j+1, .. of the complete factor often have the same rows behind them; a row that has
+// j has them all then, and they are taken together, up to four at a time: x is read and written once for all.
+class Numbers {
+public:
+    Numbers(const SPMAT &A, const Factor &L) : A_(A), L_(L) {}
+    sarko_error_t allocate(bool complete);
+    template <bool complete> bool compute(); // false when a pivot is not positive
+
+private:
+    double spread(int32_t i) const;
+    template <int32_t count> double eliminate(int32_t j, int64_t q, double pivot) const;
+    double eliminate_where_stored(int32_t i, int32_t j, int64_t q, double pivot) const;
+    void put(int32_t j, int64_t q, double l) const {
+        L_.columns.value[at(filled_[at(j)]++)] = l;
+        L_.rows.value[at(q)] = l;
+    }
+
+    static constexpr int32_t most = 4;
+    const SPMAT &A_;
+    const Factor &L_;
+    Buffer<double> x_;       // the row, zero before and after
+    Buffer<int64_t> filled_; // how far each column goes
+    Buffer<uint8_t> alike_;  // complete: how many columns from here on, at most `most`, have equal rows behind them
+    Buffer<int32_t> mark_;   // incomplete: i at the places of row i
+};
+
+sarko_error_t Numbers::allocate(bool complete) {
+    const int32_t n = A_.n;
+    if (sarko_error_t e = x_.allocate(at(n))) return e;
+    if (sarko_error_t e = filled_.allocate_unset(at(n))) return e;
+    for (int32_t j = 0; j < n; j++) filled_[at(j)] = L_.columns.begin(j);
+    if (!complete) {
+        if (sarko_error_t e = mark_.allocate_unset(at(n))) return e;
+        for (int32_t j = 0; j < n; j++) mark_[at(j)] = -1;
+        return 0;
+    }
+    if (sarko_error_t e = alike_.allocate_unset(at(n))) return e;
+    const auto count = [this](int32_t j) { return L_.columns.end(j) - L_.columns.begin(j); };
+    for (int32_t j = n - 1; j >= 0; j--) {
+        // The rows behind j are among those of the first one behind, its parent: equal counts are equal rows.
+        const bool continues =
+            j + 1 < n && count(j) == count(j + 1) + 1 && L_.columns.index[at(L_.columns.begin(j))] == j + 1;
+        alike_[at(j)] = static_cast<uint8_t>(continues ? (alike_[at(j + 1)] < most ? alike_[at(j + 1)] + 1 : most) : 1);
+    }
+    return 0;
+}
+
+// Row i of A's lower triangle into x; returns the diagonal entry.
+double Numbers::spread(int32_t i) const {
+    double diagonal = 0.0;
+    for (int32_t k = 0; k < A_.row[i].len && A_.row[i].elt[k].col <= i; k++) {
+        const row_elt &entry = A_.row[i].elt[k];
+        if (entry.col == i) diagonal = entry.val;
+        else x_[at(entry.col)] = entry.val;
+    }
+    return diagonal;
+}
+
+// Places j .. j+count-1 of a row, which stand from q on in its list, by columns with the same rows behind them. Returns the
+// pivot less their squares.
+template <int32_t count> double Numbers::eliminate(int32_t j, int64_t q, double pivot) const {
+    double *x = x_.get();
+    const double *value[count];
+    double l[count];
+    for (int32_t t = 0; t < count; t++) {
+        value[t] = L_.columns.value.get() + L_.columns.begin(j + t);
+        l[t] = x[j + t] / L_.diagonal[at(j + t)]; // L(i,j+t)
+        x[j + t] = 0.0;
+        pivot -= l[t] * l[t];
+        for (int32_t u = t + 1; u < count; u++) x[j + u] -= *value[t]++ * l[t];
+    }
+    const int64_t first = L_.columns.begin(j + count - 1), end = filled_[at(j + count - 1)];
+    const int32_t *row = L_.columns.index.get() + first;
+    for (int64_t p = 0; p < end - first; p++) {
+        double difference = x[row[p]];
+        for (int32_t t = 0; t < count; t++) difference -= value[t][p] * l[t];
+        x[row[p]] = difference;
+    }
+    for (int32_t t = 0; t < count; t++) put(j + t, q + t, l[t]);
+    return pivot;
+}
+
+// Place j of row i, where only the rows that are places of row i take part.
+double Numbers::eliminate_where_stored(int32_t i, int32_t j, int64_t q, double pivot) const {
+    const double l = x_[at(j)] / L_.diagonal[at(j)];
+    x_[at(j)] = 0.0;
+    for (int64_t p = L_.columns.begin(j); p < filled_[at(j)]; p++) {
+        const uint64_t r = at(L_.columns.index[at(p)]);
+        if (mark_[r] == i) x_[r] -= L_.columns.value[at(p)] * l;
+    }
+    put(j, q, l);
+    return pivot - l * l;
+}
+
+template <bool complete> bool Numbers::compute() {
+    for (int32_t i = 0; i < A_.n; i++) {
+        double pivot = spread(i);
+        const int64_t end = L_.rows.end(i);
+        for (int64_t q = L_.rows.begin(i); !complete && q < end; q++) mark_[at(L_.rows.index[at(q)])] = i;
+        for (int64_t q = L_.rows.begin(i); q < end;) {
+            const int32_t j = L_.rows.index[at(q)];
+            int32_t count = 1;
+            if (complete) count = alike_[at(j)] < i - j ? alike_[at(j)] : i - j;
+            if (!complete) pivot = eliminate_where_stored(i, j, q, pivot);
+            else if (count == 4) pivot = eliminate<4>(j, q, pivot);
+            else if (count == 3) pivot = eliminate<3>(j, q, pivot);
+            else if (count == 2) pivot = eliminate<2>(j, q, pivot);
+            else pivot = eliminate<1>(j, q, pivot);
+            q += count;
         }
         if (!(pivot > 0.0)) return false;
-        L.diagonal[at(i)] = sqrt(pivot);
+        L_.diagonal[at(i)] = sqrt(pivot);
     }
     return true;
 }
@@ -154,18 +240,12 @@ sarko_error_t factorise(SPMAT *A, bool complete, const char *name) {
     if (!A) return fail_in(SarvoMHNullEC, name);
     if (A->m != A->n) return fail_in(SarvoMHSquareEC, name);
     Factor L;
-    Buffer<double> x;
-    Buffer<int64_t> filled;
-    Buffer<int32_t> mark;
     if (sarko_error_t e = complete ? complete_pattern(*A, L) : given_pattern(*A, L)) return e;
     if (sarko_error_t e = L.diagonal.allocate_unset(at(A->n))) return e;
-    if (sarko_error_t e = x.allocate(at(A->n))) return e;
-    if (sarko_error_t e = filled.allocate_unset(at(A->n))) return e;
-    if (sarko_error_t e = mark.allocate_unset(complete ? 0 : at(A->n))) return e;
+    Numbers numbers(*A, L);
+    if (sarko_error_t e = numbers.allocate(complete)) return e;
     if (sarko_error_t e = reserve_rows(*A, L)) return e;
-    for (int32_t j = 0; !complete && j < A->n; j++) mark[at(j)] = -1;
-    if (!(complete ? compute<true> : compute<false>)(*A, L, x.get(), filled.get(), mark.get()))
-        return fail_in(SarvoMHPosdefEC, name);
+    if (!(complete ? numbers.compute<true>() : numbers.compute<false>())) return fail_in(SarvoMHPosdefEC, name);
     store(L, *A);
     return 0;
 }
