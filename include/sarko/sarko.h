@@ -128,8 +128,8 @@ SARKO_API void sarko_error_set_malfunction_handler(void (*handler)(sarko_error_t
 /* ---- Memory ----
  * All sizes in bytes. Errors of the allocating operations: kind SARKO_KIND_MEMORY, code 0,
  * "Cannot allocate %zu bytes." or, when a product of sizes overflows 64 bits, "Size of allocation overflows.". A null
- * address:
- * "Null pointer.". */
+ * address: "Null pointer.". Blocks of the system allocator from 1024 bytes on begin at a multiple of 64 bytes, except
+ * zero-filled ones above 4 MiB and resized ones. */
 
 /* Hooks that stand for the system allocator. `alloc` returns null on failure and zero-filled memory when `zeroed` is
  * not 0;
