@@ -41,5 +41,6 @@
 #include <sarvo/mh/random.h>
 #include <sarvo/mh/solve.h>
 #include <sarvo/mh/sparse.h>
+#include <sarvo/mh/sparse_factor.h>
 
 #endif

@@ -24,6 +24,10 @@ struct Sp {
         for (const auto &entry : A.entries) set(entry.i, entry.j, entry.value);
     }
     Sp(Sp &&other) noexcept : p(other.p) { other.p = nullptr; }
+    Sp &operator=(Sp &&other) noexcept {
+        std::swap(p, other.p);
+        return *this;
+    }
     ~Sp() { sarvo_mh_sp_free(p); }
     void set(int32_t i, int32_t j, double x) { expect_success(sarvo_mh_sp_set_val(p, i, j, x)); }
     Sp copy() const {

@@ -15,6 +15,15 @@ sarko_error_t prepare(const SPMAT *A, const VEC *x, VEC **out, bool transposed, 
     return sarvo::mh::size_at_least(out, transposed ? n : m);
 }
 
+// Asks for the entries of a row that comes up soon: rows are blocks of their own, which the processor's prefetching does
+// not foresee; of long ones it sees the rest itself. Inlined always: GCC 12 drops calls that do nothing else.
+[[gnu::always_inline]] inline void fetch_ahead(const SPMAT &A, int32_t i) {
+    constexpr int32_t distance = 16; // measured best of 8, 16 and 32 on rows of 5 entries
+    if (A.m - i <= distance) return;
+    const auto entries = reinterpret_cast<uintptr_t>(A.row[i + distance].elt);
+    for (uintptr_t line = 0; line < 3; line++) __builtin_prefetch(reinterpret_cast<const void *>(entries + 64 * line));
+}
+
 } // namespace
 
 extern "C" {
@@ -24,6 +33,7 @@ sarko_error_t sarvo_mh_sp_mv_mlt(const SPMAT *A, const VEC *x, VEC **out) {
     const double *elements = x->elems;
     double *y = (*out)->elems;
     for (int32_t i = 0; i < A->m; i++) {
+        fetch_ahead(*A, i);
         const row_elt *entry = A->row[i].elt, *end = entry + A->row[i].len;
         double sum = 0.0;
         for (; entry != end; entry++) sum += entry->val * elements[entry->col];
@@ -37,6 +47,7 @@ sarko_error_t sarvo_mh_sp_vm_mlt(const SPMAT *A, const VEC *x, VEC **out) {
     double *y = (*out)->elems;
     for (int32_t j = 0; j < A->n; j++) y[j] = 0.0;
     for (int32_t i = 0; i < A->m; i++) { // ascending: the order of each sum
+        fetch_ahead(*A, i);
         const row_elt *entry = A->row[i].elt, *end = entry + A->row[i].len;
         const double xi = x->elems[i];
         for (; entry != end; entry++) y[entry->col] += xi * entry->val;
