@@ -46,14 +46,14 @@ typedef void (*sarvo_mh_iter_info)(const struct sarvo_mh_iter_t *ip, double res)
 typedef int32_t (*sarvo_mh_iter_stop)(const struct sarvo_mh_iter_t *ip, double res);
 
 typedef struct sarvo_mh_iter_t {
-    int32_t shared_x; /* not 0: x belongs to somebody else: it is not freed and not expected to move */
-    int32_t shared_b; /* the same for b */
-    uint32_t k;       /* steps between restarts, for solvers that restart; 0: their default */
-    uint32_t limit;   /* most steps; 1000 at first */
-    uint32_t steps;   /* steps made, set by the solvers */
-    double eps;       /* relative tolerance of the default stopping test; 1e-6 at first */
-    VEC *x;           /* start on entry, solution on return; null: a solver of square systems makes it, zero */
-    VEC *b;           /* right-hand side */
+    int32_t shared_x;          /* not 0: x belongs to somebody else: it is not freed and not expected to move */
+    int32_t shared_b;          /* the same for b */
+    uint32_t k;                /* steps between restarts, for solvers that restart; 0: their default */
+    uint32_t limit;            /* most steps; 1000 at first */
+    uint32_t steps;            /* steps made, set by the solvers */
+    double eps;                /* relative tolerance of the default stopping test; 1e-6 at first */
+    VEC *x;                    /* start on entry, solution on return; null: a solver of square systems makes it, zero */
+    VEC *b;                    /* right-hand side */
     sarvo_mh_iter_operator Ax; /* A x */
     void *A_par;
     sarvo_mh_iter_operator ATx; /* A' x */

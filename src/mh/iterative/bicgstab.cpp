@@ -4,8 +4,10 @@
 namespace sarvo::mh {
 namespace {
 
-class BiconjugateGradients final : public Method {
+class BiconjugateGradients {
 public:
+    static constexpr bool updates_each_step = true;
+
     explicit BiconjugateGradients(sarvo_mh_iter_t &ip) : ip_(ip) {}
 
     [[nodiscard]] sarko_error_t allocate() {
@@ -15,7 +17,7 @@ public:
         return 0;
     }
 
-    sarko_error_t begin(double *norm_of_r) override {
+    sarko_error_t begin(double *norm_of_r) {
         if (sarko_error_t e = residual(ip_, r_)) return e;
         copy(*r_, *shadow_);
         first_ = true;
@@ -23,7 +25,7 @@ public:
         return 0;
     }
 
-    sarko_error_t step(double *norm_of_r, Step *step) override {
+    sarko_error_t step(double *norm_of_r, Step *step) {
         *step = Step::nothing;
         // --- p = r + beta (p - omega v) ---
         const double rho = inner(*shadow_, *r_);
@@ -54,11 +56,11 @@ public:
         return 0;
     }
 
-    void update() override {
+    void update() {
         add(alpha_, *bp_, *ip_.x);
         add(omega_, *bs_, *ip_.x);
     }
-    sarko_error_t end() override { return 0; }
+    sarko_error_t end() { return 0; }
 
 private:
     sarvo_mh_iter_t &ip_;
@@ -73,8 +75,5 @@ private:
 } // namespace sarvo::mh
 
 extern "C" sarko_error_t sarvo_mh_iter_bicgstab(sarvo_mh_iter_t *ip) {
-    if (sarko_error_t e = sarvo::mh::check_square(ip)) return e;
-    sarvo::mh::BiconjugateGradients method(*ip);
-    if (sarko_error_t e = method.allocate()) return e;
-    return sarvo::mh::iterate(*ip, method);
+    return sarvo::mh::solve_square<sarvo::mh::BiconjugateGradients>(ip);
 }

@@ -6,8 +6,10 @@ using sarvo::fail;
 namespace sarvo::mh {
 namespace {
 
-class ConjugateGradients final : public Method {
+class ConjugateGradients {
 public:
+    static constexpr bool updates_each_step = true;
+
     explicit ConjugateGradients(sarvo_mh_iter_t &ip) : ip_(ip) {}
 
     [[nodiscard]] sarko_error_t allocate() {
@@ -19,14 +21,14 @@ public:
         return 0;
     }
 
-    sarko_error_t begin(double *norm_of_r) override {
+    sarko_error_t begin(double *norm_of_r) {
         first_ = true;
         if (sarko_error_t e = residual(ip_, r_)) return e;
         *norm_of_r = norm(*r_);
         return 0;
     }
 
-    sarko_error_t step(double *norm_of_r, Step *step) override {
+    sarko_error_t step(double *norm_of_r, Step *step) {
         if (sarko_error_t e = next_direction()) return e;
         if (sarko_error_t e = multiply(ip_, p_, q_)) return e;
         const double curvature = inner(*p_, *q_);
@@ -38,8 +40,8 @@ public:
         return 0;
     }
 
-    void update() override { add(alpha_, *p_, *ip_.x); }
-    sarko_error_t end() override { return 0; }
+    void update() { add(alpha_, *p_, *ip_.x); }
+    sarko_error_t end() { return 0; }
 
 private:
     // p = z + (rho / old rho) p with z = B r, rho = r' z
@@ -66,8 +68,5 @@ private:
 } // namespace sarvo::mh
 
 extern "C" sarko_error_t sarvo_mh_iter_cg(sarvo_mh_iter_t *ip) {
-    if (sarko_error_t e = sarvo::mh::check_square(ip)) return e;
-    sarvo::mh::ConjugateGradients method(*ip);
-    if (sarko_error_t e = method.allocate()) return e;
-    return sarvo::mh::iterate(*ip, method);
+    return sarvo::mh::solve_square<sarvo::mh::ConjugateGradients>(ip);
 }

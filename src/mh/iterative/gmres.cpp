@@ -6,9 +6,11 @@ namespace {
 
 // The basis v_0, v_1, ... of the Krylov space is made orthonormal by modified Gram and Schmidt; the Hessenberg matrix H
 // with A B V = V H is kept as the triangle R that rotations turn it into, g is what they make of |r| e_0.
-class MinimumResiduals final : public Method {
+class GeneralisedMinimumResiduals {
 public:
-    explicit MinimumResiduals(sarvo_mh_iter_t &ip) : ip_(ip) {}
+    static constexpr bool updates_each_step = false;
+
+    explicit GeneralisedMinimumResiduals(sarvo_mh_iter_t &ip) : ip_(ip) {}
 
     [[nodiscard]] sarko_error_t allocate() {
         const uint64_t n = ip_.b->dim, wanted = ip_.k == 0 ? 30 : ip_.k;
@@ -24,7 +26,7 @@ public:
         return 0;
     }
 
-    sarko_error_t begin(double *norm_of_r) override {
+    sarko_error_t begin(double *norm_of_r) {
         if (sarko_error_t e = residual(ip_, vectors_[0])) return e;
         count_ = 0;
         g_[0] = *norm_of_r = norm(*vectors_[0]);
@@ -32,7 +34,7 @@ public:
         return 0;
     }
 
-    sarko_error_t step(double *norm_of_r, Step *step) override {
+    sarko_error_t step(double *norm_of_r, Step *step) {
         const uint64_t j = count_;
         VEC &w = *vectors_[j + 1];
         double *const h = column(j);
@@ -64,10 +66,8 @@ public:
         return 0;
     }
 
-    void update() override {} // all at the end of the pass
-
     // R y = g,  x = x + B V y
-    sarko_error_t end() override {
+    sarko_error_t end() {
         if (count_ == 0) return 0;
         for (uint64_t i = count_; i-- > 0;) {
             double sum = g_[i];
@@ -97,8 +97,5 @@ private:
 } // namespace sarvo::mh
 
 extern "C" sarko_error_t sarvo_mh_iter_gmres(sarvo_mh_iter_t *ip) {
-    if (sarko_error_t e = sarvo::mh::check_square(ip)) return e;
-    sarvo::mh::MinimumResiduals method(*ip);
-    if (sarko_error_t e = method.allocate()) return e;
-    return sarvo::mh::iterate(*ip, method);
+    return sarvo::mh::solve_square<sarvo::mh::GeneralisedMinimumResiduals>(ip);
 }

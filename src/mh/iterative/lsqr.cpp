@@ -8,8 +8,10 @@ namespace sarvo::mh {
 namespace {
 
 // beta u = A v - alpha u,  alpha p = A' u - beta p,  v = B p: v has length 1 in the product with B^-1, where p = B^-1 v.
-class LeastSquares final : public Method {
+class LeastSquares {
 public:
+    static constexpr bool updates_each_step = true;
+
     explicit LeastSquares(sarvo_mh_iter_t &ip) : ip_(ip) {}
 
     [[nodiscard]] sarko_error_t allocate() {
@@ -22,7 +24,7 @@ public:
         return 0;
     }
 
-    sarko_error_t begin(double *norm_of_gradient) override {
+    sarko_error_t begin(double *norm_of_gradient) {
         if (sarko_error_t e = residual(ip_, u_)) return e;
         sarvo_mh_v_zero(p_);
         phi_bar_ = normalise_u();
@@ -33,7 +35,7 @@ public:
         return 0;
     }
 
-    sarko_error_t step(double *norm_of_gradient, Step *step) override {
+    sarko_error_t step(double *norm_of_gradient, Step *step) {
         // --- bidiagonalisation ---
         if (sarko_error_t e = multiply(ip_, v_, Av_)) return e;
         scale(-alpha_, *u_);
@@ -54,11 +56,11 @@ public:
         return 0;
     }
 
-    void update() override {
+    void update() {
         add(along_, *w_, *ip_.x);
         add_to_multiple(-turn_, *v_, *w_); // w = v - (theta / rho) w
     }
-    sarko_error_t end() override { return 0; }
+    sarko_error_t end() { return 0; }
 
 private:
     double normalise_u() {

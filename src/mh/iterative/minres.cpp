@@ -8,8 +8,10 @@ namespace {
 
 // Lanczos vectors v with beta v = B r; the tridiagonal matrix of their coefficients is reduced by rotations as it grows,
 // and x moves along the directions w. Of r and w the last two or three are kept.
-class MinimumResiduals final : public Method {
+class MinimumResiduals {
 public:
+    static constexpr bool updates_each_step = true;
+
     explicit MinimumResiduals(sarvo_mh_iter_t &ip) : ip_(ip) {}
 
     [[nodiscard]] sarko_error_t allocate() {
@@ -19,9 +21,9 @@ public:
         return 0;
     }
 
-    sarko_error_t begin(double *norm_of_r) override {
+    sarko_error_t begin(double *norm_of_r) {
         if (sarko_error_t e = residual(ip_, r_)) return e;
-        old_beta_ = 0.0;
+        old_beta_ = squares_ = 0.0;
         if (sarko_error_t e = next_beta()) return e;
         sarvo_mh_v_zero(w_);
         sarvo_mh_v_zero(old_w_);
@@ -31,7 +33,7 @@ public:
         return 0;
     }
 
-    sarko_error_t step(double *norm_of_r, Step *step) override {
+    sarko_error_t step(double *norm_of_r, Step *step) {
         // --- Lanczos: y = A v - (beta / old beta) old r - (alpha / beta) r ---
         *step = Step::nothing;
         if (beta_ == 0.0) return 0;
@@ -52,7 +54,8 @@ public:
         epsilon_ = sine_ * beta_;
         delta_bar_ = -cosine_ * beta_;
         const double gamma = sqrt(gamma_bar * gamma_bar + beta_ * beta_);
-        if (gamma == 0.0) return 0;
+        squares_ += alpha * alpha + beta_ * beta_ + old_beta_ * old_beta_;
+        if (gamma <= 4.0 * SarvoDblEps * sqrt(squares_)) return 0; // a singular matrix, x of least squares
         cosine_ = gamma_bar / gamma;
         sine_ = beta_ / gamma;
         phi_ = cosine_ * phi_bar_;
@@ -70,8 +73,8 @@ public:
         return 0;
     }
 
-    void update() override { add(phi_, *w_, *ip_.x); }
-    sarko_error_t end() override { return 0; }
+    void update() { add(phi_, *w_, *ip_.x); }
+    sarko_error_t end() { return 0; }
 
 private:
     // y = B r, beta = sqrt(r' y)
@@ -94,14 +97,12 @@ private:
     VEC *w_ = nullptr, *old_w_ = nullptr, *older_w_ = nullptr;
     double beta_ = 0.0, old_beta_ = 0.0, delta_bar_ = 0.0, epsilon_ = 0.0, cosine_ = -1.0, sine_ = 0.0;
     double phi_ = 0.0, phi_bar_ = 0.0;
+    double squares_ = 0.0; // of the elements of the tridiagonal matrix: its size
 };
 
 } // namespace
 } // namespace sarvo::mh
 
 extern "C" sarko_error_t sarvo_mh_iter_minres(sarvo_mh_iter_t *ip) {
-    if (sarko_error_t e = sarvo::mh::check_square(ip)) return e;
-    sarvo::mh::MinimumResiduals method(*ip);
-    if (sarko_error_t e = method.allocate()) return e;
-    return sarvo::mh::iterate(*ip, method);
+    return sarvo::mh::solve_square<sarvo::mh::MinimumResiduals>(ip);
 }

@@ -82,19 +82,102 @@ enum class Step {
     nothing // the pass is over: it leads nowhere from here
 };
 
-// A method. A pass begins with the residual of x; its steps carry a residual norm on by recurrences.
-class Method {
-public:
-    virtual sarko_error_t begin(double *norm) = 0; // the residual of x, afresh
-    virtual sarko_error_t step(double *norm, Step *step) = 0;
-    virtual void update() = 0;             // x, after a step
-    virtual sarko_error_t end() = 0; // of a pass: x, where it was not updated
+// Whether a residual norm is small enough.
+inline bool accepted(const sarvo_mh_iter_t &ip, double res) {
+    return res == 0.0 || (ip.stop_crit ? ip.stop_crit : stop_relative)(&ip, res) != 0;
+}
 
-protected:
-    ~Method() = default;
+// The iterate of the smallest norm met: a copy of it, made at the start of a pass and before x leaves a better place.
+class Best {
+public:
+    explicit Best(VEC &x) : x_(x) {}
+
+    [[nodiscard]] sarko_error_t allocate() { return copy_.allocate(1, x_.dim); }
+    // The norm of x, computed afresh.
+    void met(double norm) {
+        current_ = norm;
+        keep_if_better();
+    }
+    // x is about to become an iterate of this norm.
+    void leaving_for(double norm) {
+        if (!(norm < current_)) keep_if_better();
+        current_ = norm;
+    }
+    void restore() const {
+        if (kept_ < HUGE_VAL && !(current_ <= kept_)) copy(*copy_[0], x_);
+    }
+
+private:
+    void keep_if_better() {
+        if (!(current_ < kept_)) return;
+        copy(x_, *copy_[0]);
+        kept_ = current_;
+    }
+
+    VEC &x_;
+    Vectors copy_;
+    double kept_ = HUGE_VAL, current_ = HUGE_VAL; // norms of the copy and of x
 };
 
+// A method has
+//     sarko_error_t begin(double *norm)              a pass: the residual of x, afresh
+//     sarko_error_t step(double *norm, Step *step)   one step, its residual norm carried on by recurrences
+//     void update()                                  x, after a step
+//     sarko_error_t end()                            of a pass: x, where steps do not update it
+//     updates_each_step
+
+// Steps until the norm looks small enough, the pass or the limit ends.
+template <class Method> sarko_error_t make_steps(sarvo_mh_iter_t &ip, Method &method, Best &best) {
+    while (ip.steps < ip.limit) {
+        double res = 0.0;
+        Step step = Step::nothing;
+        if (sarko_error_t e = method.step(&res, &step)) return e;
+        if (step == Step::nothing) return 0;
+        if (!isfinite(res)) return fail(SarvoMHRangeEC);
+        if constexpr (Method::updates_each_step) {
+            best.leaving_for(res);
+            method.update();
+        }
+        ip.steps++;
+        if (ip.info) ip.info(&ip, res);
+        if (step == Step::last || accepted(ip, res)) return 0;
+    }
+    return 0;
+}
+
+template <class Method> sarko_error_t make_passes(sarvo_mh_iter_t &ip, Method &method, Best &best) {
+    ip.steps = 0;
+    for (double before = HUGE_VAL;;) {
+        double res = 0.0;
+        if (sarko_error_t e = method.begin(&res)) return e;
+        if (before == HUGE_VAL) ip.init_res = res;
+        if (!isfinite(res)) return fail(SarvoMHRangeEC);
+        best.met(res);
+        if (accepted(ip, res)) return 0;
+        if (!(res < before) || ip.steps >= ip.limit) return fail(SarvoNrIterEC);
+        before = res;
+        const uint32_t steps = ip.steps;
+        if (sarko_error_t e = make_steps(ip, method, best)) return e;
+        if (ip.steps == steps) return fail(SarvoNrIterEC);
+        if (sarko_error_t e = method.end()) return e;
+    }
+}
+
 // All passes of a method on a checked record.
-[[nodiscard]] sarko_error_t iterate(sarvo_mh_iter_t &ip, Method &method);
+template <class Method> [[nodiscard]] sarko_error_t iterate(sarvo_mh_iter_t &ip, Method &method) {
+    Best best(*ip.x);
+    if (sarko_error_t e = best.allocate()) return e;
+    const sarko_error_t e = make_passes(ip, method, best);
+    if (e) best.restore();
+    return e;
+}
+
+// A solver of square systems.
+template <class Method> [[nodiscard]] sarko_error_t solve_square(sarvo_mh_iter_t *ip) {
+    if (sarko_error_t e = check_square(ip)) return e;
+    Method method(*ip);
+    if (sarko_error_t e = method.allocate()) return e;
+    return iterate(*ip, method);
+}
 
 } // namespace sarvo::mh
