@@ -15,7 +15,7 @@ build() { # build NAME: $work/NAME.c to $work/NAME
 flags=("$@")
 
 programs=0
-for header in "$source"/include/*/*.h; do
+for header in "$source"/include/*/*.h $(grep -l 'int main' "$source"/include/*/*/*.h); do
   name=$(basename "$header" .h)
   # The top comment ends at the first "*/"; code is what is indented there.
   awk '/\*\//{exit} /^ \*     /{print substr($0, 8)} /^ \*$/{print ""}' "$header" > "$work/$name.c"

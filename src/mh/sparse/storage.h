@@ -1,4 +1,4 @@
-// Storage of sparse rows and matrices: room in a row, the growth rule, the place of a column; shared by the sparse routines.
+// Storage of sparse rows and matrices, shared by the sparse routines: room in a row, growth, the place of a column.
 #pragma once
 
 #include <sarvo/mh/sparse.h>
