@@ -100,7 +100,7 @@ SARVO_API sarko_error_t sarvo_mh_spCHsolve(const SPMAT *L, const VEC *b, VEC **x
  * and nothing is eliminated: singularity is not reported, the solves find it. The columns are taken as they stand:
  * order them first. alpha 1 is partial pivoting, small values favour little fill.
  *   A   m x n, replaced by its factors, diagonal positions set        px  size m, replaced
- * Scratch: up to about 30 bytes an entry of the factors and 60 a row.
+ * Scratch: up to about 40 bytes an entry of the factors and 60 a row.
  * Errors: null: SarvoMHNullEC; px of another size than m: SarvoMHSizesEC; alpha not in (0, 1]: SarvoMHRangeEC. */
 SARVO_API sarko_error_t sarvo_mh_spLUfactor(SPMAT *A, PERM *px, double alpha);
 

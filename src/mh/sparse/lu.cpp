@@ -88,7 +88,7 @@ sarko_error_t Rows::allocate(const SPMAT &A) {
 sarko_error_t Rows::make_room(int32_t i, int32_t count) {
     Row &row = row_[at(i)];
     if (count <= row.room) return 0;
-    const int32_t room = count + count / 2;
+    const int32_t room = count > INT32_MAX / 2 ? INT32_MAX : 2 * count;
     if (used_ + room > room_)
         if (sarko_error_t e = enlarge(room_ + room_ / 2 + room)) return e;
     memcpy(col_ + used_, col_ + row.begin, at(row.len) * sizeof(int32_t));
