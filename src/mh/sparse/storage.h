@@ -78,7 +78,6 @@ public:
             made_.p = nullptr;
         }
         SPMAT &A = **out_;
-        for (int32_t i = m_; i < A.m; i++) A.row[i].len = 0;
         A.m = m_;
         A.n = n_;
         A.flag_col = A.flag_diag = 0;
