@@ -1,5 +1,5 @@
 // Sparse matrices: assembly beside plain arrays, products beside a sum over the same records, factorisations of grid
-// Laplacians beside Eigen, with fill, memory and growth.
+// Laplacians beside Eigen and SuiteSparse, with fill, memory and growth.
 #include <malloc.h>
 
 #include <algorithm>
@@ -7,8 +7,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <Eigen/CholmodSupport>
 #include <Eigen/SparseCholesky>
 #include <Eigen/SparseLU>
+#include <Eigen/UmfPackSupport>
 
 #include "dense_support.h"
 #include "growth.h"
@@ -220,19 +222,25 @@ void factorisations(int32_t side, bench::Growth &cholesky_growth, bench::Growth 
     Factors L, LU, S;
     Eigen::SimplicialLLT<EigenSparse> llt;
     Eigen::SparseLU<EigenSparse, Eigen::COLAMDOrdering<int>> lu;
+    Eigen::CholmodSupernodalLLT<EigenSparse> cholmod;
+    cholmod.cholmod().nmethods = 1;
+    cholmod.cholmod().method[0].ordering = CHOLMOD_AMD;
+    Eigen::UmfPackLU<EigenSparse> umfpack;
     cholesky_growth.add(static_cast<double>(n), bench::compare("Cholesky", n, static_cast<double>(n),
                                                                {{"sarvo", {}, [&] { L.cholesky(A); }},
-                                                                {"SimplicialLLT", {}, [&] { llt.compute(a); }}},
+                                                                {"SimplicialLLT", {}, [&] { llt.compute(a); }},
+                                                                {"CHOLMOD", {}, [&] { cholmod.compute(a); }}},
                                                                stated ? 0.5 : 0.0));
     bench::compare("  ordering", n, static_cast<double>(n),
                    {{"sarvo", {}, [&] { S.permute(A); }}, {"Eigen's analysis", {}, [&] { llt.analyzePattern(a); }}});
     llt.compute(a);
     fill("L", entries(L.F), static_cast<double>(llt.matrixL().nestedExpression().nonZeros()));
     compare_solutions(L, llt.solve(ones), true);
-    lu_growth.add(static_cast<double>(n),
-                  bench::compare("LU", n, static_cast<double>(n),
-                                 {{"sarvo", {}, [&] { LU.lu(A); }}, {"SparseLU", {}, [&] { lu.compute(a); }}},
-                                 stated ? 1.0 / 3.0 : 0.0));
+    lu_growth.add(static_cast<double>(n), bench::compare("LU", n, static_cast<double>(n),
+                                                         {{"sarvo", {}, [&] { LU.lu(A); }},
+                                                          {"SparseLU", {}, [&] { lu.compute(a); }},
+                                                          {"UMFPACK", {}, [&] { umfpack.compute(a); }}},
+                                                         stated ? 1.0 / 3.0 : 0.0));
     fill("L and U", entries(LU.F) + static_cast<double>(n), static_cast<double>(lu.nnzL() + lu.nnzU()));
     compare_solutions(LU, lu.solve(ones), false);
     if (stated) {
@@ -258,7 +266,9 @@ int main(int, char **argv) {
     bench::use_best_openblas_kernels(argv);
     sarvo_initialize();
     bench::print_environment("Eigen " + std::to_string(EIGEN_WORLD_VERSION) + "." +
-                             std::to_string(EIGEN_MAJOR_VERSION) + "." + std::to_string(EIGEN_MINOR_VERSION));
+                             std::to_string(EIGEN_MAJOR_VERSION) + "." + std::to_string(EIGEN_MINOR_VERSION) +
+                             "; SuiteSparse " + std::to_string(SUITESPARSE_MAIN_VERSION) + "." +
+                             std::to_string(SUITESPARSE_SUB_VERSION));
     assembly();
     products();
     bench::Growth cholesky, lu;

@@ -1,4 +1,4 @@
-/* Lesson 10: sparse systems: assembly, the fill of three orderings, Cholesky with an ordering, LU, a singular matrix. */
+/* Lesson 10: sparse systems: assembly, the fill of three orderings, Cholesky, LU, a singular matrix. */
 #include <math.h>
 #include <stdio.h>
 

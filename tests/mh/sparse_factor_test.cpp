@@ -74,6 +74,28 @@ TEST(SparseCholesky, HasTheBitsAndThePatternOfThePlainLoops) {
     EXPECT_GT(incomplete_differs, 100);
 }
 
+// The pattern changes nothing: the terms that it leaves out are zeros.
+TEST(SparseCholesky, EqualsTheDenseLoops) {
+    test::Random random(17);
+    for (int round = 0; round < 100; round++) {
+        const Sp A = random_symmetric(below(random, 60), 0.1, random, Fill::plain);
+        Doubles a = dense(A.p);
+        const auto n = static_cast<size_t>(A.p->n);
+        bool definite = true;
+        for (size_t i = 0; i < n; i++)
+            for (size_t j = 0; j < n; j++) {
+                for (size_t k = 0; k < j && j <= i; k++) a[i * n + j] -= a[i * n + k] * a[j * n + k];
+                definite = definite && (i != j || a[i * n + i] > 0.0);
+                a[i * n + j] = j > i ? 0.0 : i == j ? std::sqrt(a[i * n + i]) : a[i * n + j] / a[j * n + j];
+            }
+        Sp L = A.copy();
+        const sarko_error_t e = sarvo_mh_spCHfactor(L.p);
+        EXPECT_EQ(e == 0, definite);
+        EXPECT_TRUE(e || dense(L.p) == a);
+        sarko_error_clear(e);
+    }
+}
+
 TEST(SparseLU, HasTheBitsThePatternAndThePivotsOfThePlainLoops) {
     test::Random random(12);
     int exchanged = 0;

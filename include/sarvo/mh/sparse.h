@@ -1,9 +1,9 @@
 /* mh, sparse matrices: rows of sorted entries, with lists down the columns on request. See sarvo/mh.h.
  *
- * A matrix holds one growable array of (column, value) entries a row, in strictly ascending order of the column. What is
- * not stored is zero; a stored zero is an entry like any other. The matrix owns its rows and their arrays; a free-standing
- * row (sarvo_mh_sprow_get) is the caller's. Column lists and diagonal positions are made on request and say by a flag
- * whether they hold; changing the structure by insertion does not clear the flags.
+ * A matrix holds one growable array of (column, value) entries a row, in strictly ascending order of the column. What
+ * is not stored is zero; a stored zero is an entry like any other. The matrix owns its rows and their arrays; a
+ * free-standing row (sarvo_mh_sprow_get) is the caller's. Column lists and diagonal positions are made on request and
+ * say by a flag whether they hold; changing the structure by insertion does not clear the flags.
  *
  *     #include <sarvo/mh.h>
  *     int main(void) {
@@ -69,8 +69,8 @@ typedef struct SPMAT {
  * Errors, in order: m or n negative: SarvoMHNegEC "sp_get"; the allocator's. *out is untouched then. */
 SARVO_API sarko_error_t sarvo_mh_sp_get(int32_t m, int32_t n, int32_t maxlen, SPMAT **out);
 
-/* sarvo_mh_sp_get, sarvo_mh_sp_resize, sarvo_mh_sp_free for each of a list of SPMAT ** ended by NULL, in turn; the first
- * error ends it. Freeing sets the callers' pointers to null. */
+/* sarvo_mh_sp_get, sarvo_mh_sp_resize, sarvo_mh_sp_free for each of a list of SPMAT ** ended by NULL, in turn; the
+ * first error ends it. Freeing sets the callers' pointers to null. */
 SARVO_API sarko_error_t sarvo_mh_sp_get_vars(int32_t m, int32_t n, int32_t maxlen, ...);
 SARVO_API sarko_error_t sarvo_mh_sp_resize_vars(int32_t m, int32_t n, ...);
 SARVO_API void sarvo_mh_sp_free_vars(SPMAT **first, ...);
@@ -81,9 +81,9 @@ SARVO_API void sarvo_mh_sp_free(SPMAT *A);
 /* Sets every stored value to 0 and keeps the structure; null is allowed. */
 SARVO_API void sarvo_mh_sp_zero(SPMAT *A);
 
-/* Gives *A the shape m x n. Null: made by sarvo_mh_sp_get with room for 10 entries a row. Entries at and beyond column n
- * and rows at and beyond m are dropped; rows and columns that come (again) are empty. Storage is kept, max_m and max_n
- * never decrease; both flags are cleared unless the shape is the same.
+/* Gives *A the shape m x n. Null: made by sarvo_mh_sp_get with room for 10 entries a row. Entries at and beyond column
+ * n and rows at and beyond m are dropped; rows and columns that come (again) are empty. Storage is kept, max_m and
+ * max_n never decrease; both flags are cleared unless the shape is the same.
  * Errors, in order: m or n negative: SarvoMHNegEC "sp_resize"; the allocator's: shape and entries as before. */
 SARVO_API sarko_error_t sarvo_mh_sp_resize(SPMAT **A, int32_t m, int32_t n);
 
@@ -146,8 +146,8 @@ SARVO_API sarko_error_t sarvo_mh_sp_diag_access(SPMAT *A);
 SARVO_API sarko_error_t sarvo_mh_sp_mv_mlt(const SPMAT *A, const VEC *x, VEC **out);
 SARVO_API sarko_error_t sarvo_mh_sp_vm_mlt(const SPMAT *A, const VEC *x, VEC **out);
 
-/* Dense copy. *out null, or with fewer rows or columns than A: replaced by a new m x n matrix (the old one is freed once
- * that is there); otherwise it keeps its size and the elements of all its rows that are not stored in A become 0.
+/* Dense copy. *out null, or with fewer rows or columns than A: replaced by a new m x n matrix (the old one is freed
+ * once that is there); otherwise it keeps its size and the elements of all its rows that are not stored in A become 0.
  * Errors, in order: null: SarvoMHNullEC "sp_m2dense"; the allocator's: *out is untouched. */
 SARVO_API sarko_error_t sarvo_mh_sp_m2dense(const SPMAT *A, MAT **out);
 
@@ -174,10 +174,10 @@ SARVO_API sarko_error_t sarvo_mh_sprow_mltadd(const SPROW *r1, const SPROW *r2, 
 SARVO_API sarko_error_t sarvo_mh_sprow_smlt(const SPROW *r, double s, SPROW **out);
 
 /* ---- Arithmetic of matrices ----
- * *out null: made with rows of just the length needed; else resized to the result's shape and its entries replaced. Sums
- * that cancel are stored as zeros; both flags of the result are 0 unless said otherwise. After any error *out is as
- * before but for room in its rows. Errors, in order: null: SarvoMHNullEC; the shapes do not fit: SarvoMHSizesEC; both
- * with the operation's name ("sp_add", ...); then as said below; the allocator's. */
+ * *out null: made with rows of just the length needed; else resized to the result's shape and its entries replaced.
+ * Sums that cancel are stored as zeros; both flags of the result are 0 unless said otherwise. After any error *out is
+ * as before but for room in its rows. Errors, in order: null: SarvoMHNullEC; the shapes do not fit: SarvoMHSizesEC;
+ * both with the operation's name ("sp_add", ...); then as said below; the allocator's. */
 
 /* out = A + B, A - B, A + s B, by the row operations above. *out is A or B: SarvoMHInsituEC with the name of the row
  * operation, which refuses it ("sprow_add", ...). */
@@ -189,12 +189,12 @@ SARVO_API sarko_error_t sarvo_mh_sp_mltadd(const SPMAT *A, const SPMAT *B, doubl
 SARVO_API sarko_error_t sarvo_mh_sp_smlt(const SPMAT *A, double s, SPMAT **out);
 
 /* out = A B: out(i,j) = sum of A(i,k) B(k,j) over the entries that both store, k ascending, one running sum from +0
- * (row by row: Gustavson, 1978). *out is A or B: SarvoMHInsituEC "sp_mlt". Cost: one operation a product of two entries;
- * scratch: 16 bytes a column of B. */
+ * (row by row: Gustavson, 1978). *out is A or B: SarvoMHInsituEC "sp_mlt". Cost: one operation a product of two
+ * entries; scratch: 16 bytes a column of B. */
 SARVO_API sarko_error_t sarvo_mh_sp_mlt(const SPMAT *A, const SPMAT *B, SPMAT **out);
 
-/* Copies with links, diagonal positions and flags; of A onto itself: nothing happens. sp_copy2 makes the column lists of
- * the result anew and sets its flag_col. */
+/* Copies with links, diagonal positions and flags; of A onto itself: nothing happens. sp_copy2 makes the column lists
+ * of the result anew and sets its flag_col. */
 SARVO_API sarko_error_t sarvo_mh_sp_copy(const SPMAT *A, SPMAT **out);
 SARVO_API sarko_error_t sarvo_mh_sp_copy2(const SPMAT *A, SPMAT **out);
 

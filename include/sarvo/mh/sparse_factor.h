@@ -50,8 +50,8 @@ SARVO_API sarko_error_t sarvo_mh_sp_order(const SPMAT *A, int32_t method, PERM *
 
 /* out(i,j) = A(rows(i), cols(j)); null rows or cols: the natural order. *out null: made with rows of just the length
  * needed; else resized and replaced. Linear cost; scratch: 12 bytes an entry.
- * Errors: A or out null: SarvoMHNullEC; a permutation of the wrong size: SarvoMHSizesEC; *out is A: SarvoMHInsituEC; not
- * a permutation: SarvoMHBoundsEC. */
+ * Errors: A or out null: SarvoMHNullEC; a permutation of the wrong size: SarvoMHSizesEC; *out is A: SarvoMHInsituEC;
+ * not a permutation: SarvoMHBoundsEC. */
 SARVO_API sarko_error_t sarvo_mh_sp_permute(const SPMAT *A, const PERM *rows, const PERM *cols, SPMAT **out);
 
 /* out = A A': out(i,j) = sum of A(i,k) A(j,k) over the columns that both rows store, k ascending, one running sum from
@@ -61,9 +61,9 @@ SARVO_API sarko_error_t sarvo_mh_sp_comp_AAT(const SPMAT *A, SPMAT **out);
 
 /* ---- Cholesky: A = L L' ----
  *     L(i,j) = (A(i,j) - sum L(i,k) L(j,k)) / L(j,j), j < i        L(i,i) = sqrt(A(i,i) - sum L(i,k)^2)
- * as one running difference that begins at A(i,j) and takes the k < j at which both rows are stored, ascending. Only the
- * diagonal and what is below it are read. A is replaced by exactly L: nothing is stored above the diagonal; diagonal
- * positions are set. */
+ * as one running difference that begins at A(i,j) and takes the k < j at which both rows are stored, ascending. Only
+ * the diagonal and what is below it are read. A is replaced by exactly L: nothing is stored above the diagonal;
+ * diagonal positions are set. */
 
 /* The complete factor. Its pattern is that of the elimination, entries that cancel included (elimination tree, Liu,
  * 1990; rows by an up-looking triangular solve). Cost: the sum over the columns of L of their squared lengths; scratch:
@@ -91,23 +91,23 @@ SARVO_API sarko_error_t sarvo_mh_spCHsolve(const SPMAT *L, const VEC *b, VEC **x
  * L, with a unit diagonal that is not stored, and U stand in one matrix, the multipliers in the places of the entries
  * that they eliminated; row k of it comes from row px(k) of A. */
 
-/* Elimination with threshold pivoting. Step k = 0, 1, .. min(m, n) - 1: candidates are the entries stored in column k of
- * the rows that have not been chosen, if finite and not 0. Among those of at least alpha times the largest magnitude,
- * the one whose row stores the fewest entries at that moment (multipliers included), of equals the one that stands
- * highest, becomes the pivot and its row is exchanged with row k. Then for each other row that stores column k:
- * A(i,k) = A(i,k) / A(k,k), and A(i,j) -= A(i,k) A(k,j) for each j > k that row k stores, inserted where missing. So each
- * entry takes its terms in ascending order of k. Without a candidate row k stays, with A(k,k) = 0 if it is stored, and
- * nothing is eliminated: singularity is not reported, the solves find it. The columns are taken as they stand: order them
- * first. alpha 1 is partial pivoting, small values favour little fill.
+/* Elimination with threshold pivoting. Step k = 0, 1, .. min(m, n) - 1: candidates are the entries stored in column k
+ * of the rows that have not been chosen, if finite and not 0. Among those of at least alpha times the largest
+ * magnitude, the one whose row stores the fewest entries at that moment (multipliers included), of equals the one that
+ * stands highest, becomes the pivot and its row is exchanged with row k. Then for each other row that stores column k:
+ * A(i,k) = A(i,k) / A(k,k), and A(i,j) -= A(i,k) A(k,j) for each j > k that row k stores, inserted where missing. So
+ * each entry takes its terms in ascending order of k. Without a candidate row k stays, with A(k,k) = 0 if it is stored,
+ * and nothing is eliminated: singularity is not reported, the solves find it. The columns are taken as they stand:
+ * order them first. alpha 1 is partial pivoting, small values favour little fill.
  *   A   m x n, replaced by its factors, diagonal positions set        px  size m, replaced
- * Scratch: up to about 30 bytes an entry of the factors and 60 a row.
+ * Scratch: up to about 40 bytes an entry of the factors and 60 a row.
  * Errors: null: SarvoMHNullEC; px of another size than m: SarvoMHSizesEC; alpha not in (0, 1]: SarvoMHRangeEC. */
 SARVO_API sarko_error_t sarvo_mh_spLUfactor(SPMAT *A, PERM *px, double alpha);
 
 /* Incomplete factors without fill or exchanges: row i ascending, k < i ascending over its entries, A(i,k) = A(i,k) /
- * A(k,k), A(i,j) -= A(i,k) A(k,j) for the j > k that both rows store. Then a pivot A(i,i) smaller than alpha in magnitude
- * becomes alpha with its sign (of a zero too); one that is not stored is inserted as +0 first if alpha > 0. A pivot that
- * is still 0 or absent (alpha 0) eliminates nothing. For the solves below px is the identity.
+ * A(k,k), A(i,j) -= A(i,k) A(k,j) for the j > k that both rows store. Then a pivot A(i,i) smaller than alpha in
+ * magnitude becomes alpha with its sign (of a zero too); one that is not stored is inserted as +0 first if alpha > 0. A
+ * pivot that is still 0 or absent (alpha 0) eliminates nothing. For the solves below px is the identity.
  * Errors: null: SarvoMHNullEC; not square: SarvoMHSquareEC; alpha negative or NaN: SarvoMHRangeEC. */
 SARVO_API sarko_error_t sarvo_mh_spILUfactor(SPMAT *A, double alpha);
 

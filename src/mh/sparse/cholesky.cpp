@@ -1,10 +1,10 @@
 // Cholesky factorisation of sparse matrices, complete and without fill, and the pattern of the complete factor.
 //
-// The complete factor's pattern comes from the elimination tree (Liu, 1990): row i of L has a place j exactly when j lies
-// on the path up the tree from a place of row i of A to i. The numbers are computed row by row ("up-looking"): row i of
-// A's lower triangle is spread into x; for its places j in ascending order L(i,j) = x(j) / L(j,j) is final, and column j
-// of L, which ends at row i-1 so far, takes x(r) -= L(r,j) L(i,j) to all later places r of the row. So each place gets
-// its terms in ascending order of j.
+// The complete factor's pattern comes from the elimination tree (Liu, 1990): row i of L has a place j exactly when j
+// lies on the path up the tree from a place of row i of A to i. The numbers are computed row by row ("up-looking"): row
+// i of A's lower triangle is spread into x; for its places j in ascending order L(i,j) = x(j) / L(j,j) is final, and
+// column j of L, which ends at row i-1 so far, takes x(r) -= L(r,j) L(i,j) to all later places r of the row. So each
+// place gets its terms in ascending order of j.
 #include <sarvo/mh/sparse_factor.h>
 
 #include <math.h>
@@ -92,8 +92,8 @@ sarko_error_t given_pattern(const SPMAT &A, Factor &L) {
     return rows_from_columns(L);
 }
 
-// The numbers, row by row. Columns j, j+1, .. of the complete factor often have the same rows behind them; a row that has
-// j has them all then, and they are taken together, up to four at a time: x is read and written once for all.
+// The numbers, row by row. Columns j, j+1, .. of the complete factor often have the same rows behind them; a row that
+// has j has them all then, and they are taken together, up to four at a time: x is read and written once for all.
 class Numbers {
 public:
     Numbers(const SPMAT &A, const Factor &L) : A_(A), L_(L) {}
@@ -150,8 +150,8 @@ double Numbers::spread(int32_t i) const {
     return diagonal;
 }
 
-// Places j .. j+count-1 of a row, which stand from q on in its list, by columns with the same rows behind them. Returns the
-// pivot less their squares.
+// Places j .. j+count-1 of a row, which stand from q on in its list, by columns with the same rows behind them. Returns
+// the pivot less their squares.
 template <int32_t count> double Numbers::eliminate(int32_t j, int64_t q, double pivot) const {
     double *x = x_.get();
     const double *value[count];

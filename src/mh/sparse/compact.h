@@ -1,5 +1,4 @@
-// Sparse matrices in compact arrays: one list of indices (and values) a row or column, all in one block, for the routines
-// that pass over a matrix many times.
+// Sparse matrices as lists of indices and values in one block, for routines that pass over a matrix many times.
 #pragma once
 
 #include "storage.h"

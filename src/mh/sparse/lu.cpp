@@ -1,10 +1,10 @@
 // LU factorisation of sparse matrices with threshold pivoting, row by row.
 //
-// The rows stand in one block of compact arrays, each sorted by column. Step k takes up the rows that begin, behind what
-// was eliminated from them, in column k: they hang in bucket k. One of them becomes the pivot row and leaves; to each of
-// the others its multiple of the pivot row is added, entries that come up are inserted, and the row goes to the bucket of
-// its next column. So each entry gets its updates in ascending order of k, and a row's length is always that of its
-// pattern at the moment. A row that outgrows its room moves to the end of the block.
+// The rows stand in one block of compact arrays, each sorted by column. Step k takes up the rows that begin, behind
+// what was eliminated from them, in column k: they hang in bucket k. One of them becomes the pivot row and leaves; to
+// each of the others its multiple of the pivot row is added, entries that come up are inserted, and the row goes to the
+// bucket of its next column. So each entry gets its updates in ascending order of k, and a row's length is always that
+// of its pattern at the moment. A row that outgrows its room moves to the end of the block.
 #include <sarvo/mh/sparse_factor.h>
 
 #include <math.h>
@@ -88,7 +88,7 @@ sarko_error_t Rows::allocate(const SPMAT &A) {
 sarko_error_t Rows::make_room(int32_t i, int32_t count) {
     Row &row = row_[at(i)];
     if (count <= row.room) return 0;
-    const int32_t room = count + count / 2;
+    const int32_t room = count > INT32_MAX / 2 ? INT32_MAX : 2 * count;
     if (used_ + room > room_)
         if (sarko_error_t e = enlarge(room_ + room_ / 2 + room)) return e;
     memcpy(col_ + used_, col_ + row.begin, at(row.len) * sizeof(int32_t));
@@ -111,6 +111,14 @@ int32_t common_tail(const int32_t *a, int32_t a_count, const int32_t *b, int32_t
     return count;
 }
 
+// And of first columns.
+int32_t common_head(const int32_t *a, int32_t a_count, const int32_t *b, int32_t b_count) {
+    const int32_t most = a_count < b_count ? a_count : b_count;
+    int32_t count = 0;
+    while (count < most && a[count] == b[count]) count++;
+    return count;
+}
+
 void subtract(int32_t count, double factor, const double *x, double *y) {
     if (count >= 16) return sarvo::simd::kernels().axpy(at(count), -factor, x, y);
     for (int32_t k = 0; k < count; k++) y[k] -= factor * x[k];
@@ -126,12 +134,16 @@ sarko_error_t Rows::subtract_multiple(int32_t i, int32_t pivot_row, double facto
     const int32_t a0 = row.lead + 1, b0 = pivot.lead + 1;
     const int32_t tail = common_tail(a_col + a0, row.len - a0, b_col + b0, pivot.len - b0);
     subtract(tail, factor, b_val + pivot.len - tail, a_val + row.len - tail);
+    const int32_t a_end = row.len - tail, b_end = pivot.len - tail;
     int32_t count = 0;
-    const int32_t a_end = row.len - tail;
-    for (int32_t b = b0, a = a0; b < pivot.len - tail; b++) {
+    for (int32_t a = a0, b = b0; b < b_end;) {
         while (a < a_end && a_col[a] < b_col[b]) a++;
-        if (a < a_end && a_col[a] == b_col[b]) a_val[a] -= factor * b_val[b];
-        else missing_[at(count++)] = b;
+        const int32_t run = common_head(a_col + a, a_end - a, b_col + b, b_end - b);
+        subtract(run, factor, b_val + b, a_val + a);
+        a += run;
+        b += run;
+        for (const int32_t next = a < a_end ? a_col[a] : INT32_MAX; b < b_end && b_col[b] < next; b++)
+            missing_[at(count++)] = b;
     }
     if (count == 0) return 0;
     if (sarko_error_t e = make_room(i, row.len + count)) return e;

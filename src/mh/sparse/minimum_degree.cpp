@@ -4,7 +4,8 @@
 // element, which stands for the clique of the variables that it was adjacent to. The list of a variable names adjacent
 // elements, then adjacent variables; that of an element its variables. Lists never grow: a new element takes the place
 // of what it absorbs. Each step
-//     takes a variable of least degree and forms its element Lme: its variables and those of its elements, which vanish;
+//     takes a variable of least degree and forms its element Lme of its variables and those of its elements, which
+//     vanish;
 //     counts |Le \ Lme| for every element e that touches Lme; those with 0 vanish too (aggressive absorption);
 //     bounds the degree of every i in Lme by |Lme \ i| + sum of |Le \ Lme| + its variables outside of Lme;
 //     eliminates at once the i that have nothing outside of Lme (mass elimination);
@@ -195,8 +196,8 @@ void Elimination::count_outside(int32_t me) {
     }
 }
 
-// Drops from i's list what is gone or covered by me, puts me first, and bounds the degree outside of Lme. Returns a hash
-// of the list without me, which is 0 when nothing else is left in it.
+// Drops from i's list what is gone or covered by me, puts me first, and bounds the degree outside of Lme. Returns a
+// hash of the list without me, which is 0 when nothing else is left in it.
 uint64_t Elimination::shorten_list(int32_t me, int32_t i) {
     int32_t *const begin = list(i), *end = begin;
     uint64_t hash = 0;

@@ -25,8 +25,9 @@ public:
     void finish(int32_t i) { done_[static_cast<uint64_t>(i)] = 1; }
     int32_t degree(int32_t i) const { return static_cast<int32_t>(graph_.end(i) - graph_.begin(i)); }
 
-    // Writes the component of `start` to queue in the order of a search; where `sorted`, the new neighbours of each node by
-    // degree, then index. Stores the number of levels and the first place of the last one; returns the count of nodes.
+    // Writes the component of `start` to queue in the order of a search; where `sorted`, the new neighbours of each
+    // node by degree, then index. Stores the number of levels and the first place of the last one; returns the count of
+    // nodes.
     int32_t search(int32_t start, uint32_t *queue, bool sorted) {
         round_++;
         int32_t count = 0, level_end = 1;

@@ -15,8 +15,8 @@ sarko_error_t prepare(const SPMAT *A, const VEC *x, VEC **out, bool transposed, 
     return sarvo::mh::size_at_least(out, transposed ? n : m);
 }
 
-// Asks for the entries of a row that comes up soon: rows are blocks of their own, which the processor's prefetching does
-// not foresee; of long ones it sees the rest itself. Inlined always: GCC 12 drops calls that do nothing else.
+// Asks for the entries of a row that comes up soon: rows are blocks of their own, which the processor's prefetching
+// does not foresee; of long ones it sees the rest itself. Inlined always: GCC 12 drops calls that do nothing else.
 [[gnu::always_inline]] inline void fetch_ahead(const SPMAT &A, int32_t i) {
     constexpr int32_t distance = 16; // measured best of 8, 16 and 32 on rows of 5 entries
     if (A.m - i <= distance) return;

@@ -1,4 +1,4 @@
-// Storage of sparse rows and matrices: room in a row, the growth rule, the place of a column; shared by the sparse routines.
+// Storage of sparse rows and matrices, shared by the sparse routines: room in a row, growth, the place of a column.
 #pragma once
 
 #include <sarvo/mh/sparse.h>
@@ -78,7 +78,6 @@ public:
             made_.p = nullptr;
         }
         SPMAT &A = **out_;
-        for (int32_t i = m_; i < A.m; i++) A.row[i].len = 0;
         A.m = m_;
         A.n = n_;
         A.flag_col = A.flag_diag = 0;
