@@ -288,6 +288,7 @@ TEST(SparseOrder, ByApproximateDegreeFillsAsLittleAsByTheExactOne) {
         const int64_t ours = entries_of_factor(A, 2), reference = entries_by_exact_degree(A);
         if (round % 3 == 0) {
             EXPECT_EQ(ours, 2 * n - 1) << round;
+            EXPECT_EQ(entries_of_factor(A, 1), 2 * n - 1) << "leaves come before what they hang on";
         }
         approximate += ours;
         exact += reference;
