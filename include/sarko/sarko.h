@@ -58,7 +58,8 @@ SARKO_API sarko_error_t sarko_terminate(void);
 enum {
     SARKO_KIND_ERROR = 0,      /* an ordinary failure */
     SARKO_KIND_MEMORY = 1,     /* memory could not be had */
-    SARKO_KIND_MALFUNCTION = 2 /* an internal state that must not occur */
+    SARKO_KIND_MALFUNCTION = 2, /* an internal state that must not occur */
+    SARKO_KIND_WARNING = 3      /* something that the caller should know of; nothing failed */
 };
 
 /* Hands out the next code (1, 2, 3, ...), stores it in *code and binds `message` to it. The text is not copied: it must

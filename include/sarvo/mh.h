@@ -35,6 +35,7 @@
 #include <sarvo/mh/arithmetic.h>
 #include <sarvo/mh/fourier.h>
 #include <sarvo/mh/function.h>
+#include <sarvo/mh/iterative.h>
 #include <sarvo/mh/objects.h>
 #include <sarvo/mh/orthogonal.h>
 #include <sarvo/mh/permutation.h>

@@ -168,4 +168,25 @@ FIELD(sarvo_nr_rng_gamma_t, oalph, 16);
 FIELD(sarvo_nr_rng_gamma_t, a1, 24);
 FIELD(sarvo_nr_rng_gamma_t, a2, 32);
 
+SIZE(sarvo_mh_iter_t, 136);
+FIELD(sarvo_mh_iter_t, shared_x, 0);
+FIELD(sarvo_mh_iter_t, shared_b, 4);
+FIELD(sarvo_mh_iter_t, k, 8);
+FIELD(sarvo_mh_iter_t, limit, 12);
+FIELD(sarvo_mh_iter_t, steps, 16);
+FIELD(sarvo_mh_iter_t, eps, 24);
+FIELD(sarvo_mh_iter_t, x, 32);
+FIELD(sarvo_mh_iter_t, b, 40);
+FIELD(sarvo_mh_iter_t, Ax, 48);
+FIELD(sarvo_mh_iter_t, A_par, 56);
+FIELD(sarvo_mh_iter_t, ATx, 64);
+FIELD(sarvo_mh_iter_t, AT_par, 72);
+FIELD(sarvo_mh_iter_t, Bx, 80);
+FIELD(sarvo_mh_iter_t, B_par, 88);
+FIELD(sarvo_mh_iter_t, reserved_1, 96);
+FIELD(sarvo_mh_iter_t, reserved_2, 104);
+FIELD(sarvo_mh_iter_t, info, 112);
+FIELD(sarvo_mh_iter_t, stop_crit, 120);
+FIELD(sarvo_mh_iter_t, init_res, 128);
+
 #endif

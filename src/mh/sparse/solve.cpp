@@ -49,6 +49,17 @@ struct System {
     }
 };
 
+// L U x = P b; without exchanges where px is null.
+sarko_error_t solve_lu(const SPMAT &LU, const uint32_t *px, const VEC &b, VEC **x) {
+    System s{&LU, {}, {}};
+    if (sarko_error_t e = s.prepare("spLUsolve")) return e;
+    for (int32_t i = 0; i < LU.n; i++) s.x[at(i)] = b.elems[px ? px[at(i)] : at(i)];
+    for (int32_t i = 0; i < LU.n; i++) s.x[at(i)] = s.subtract(i, s.begin(i), s.pivot(i)); // L y = P b
+    for (int32_t i = LU.n - 1; i >= 0; i--)                                                // U x = y
+        s.x[at(i)] = s.subtract(i, s.pivot(i) + 1, s.end(i)) / s.pivot(i)->val;
+    return s.deliver(x);
+}
+
 sarko_error_t check(const SPMAT *F, const PERM *px, const VEC *b, VEC *const *x, const char *name) {
     if (!F || !px || !b || !x) return fail_in(SarvoMHNullEC, name);
     if (F->m != F->n || b->dim != at(F->n) || px->size != b->dim) return fail_in(SarvoMHSizesEC, name);
@@ -58,6 +69,11 @@ sarko_error_t check(const SPMAT *F, const PERM *px, const VEC *b, VEC *const *x,
 }
 
 } // namespace
+
+sarko_error_t sarvo::mh::solve_without_exchanges(const SPMAT &LU, const VEC &b, VEC **x) {
+    if (LU.m != LU.n || b.dim != at(LU.n)) return fail_in(SarvoMHSizesEC, "spLUsolve");
+    return solve_lu(LU, nullptr, b, x);
+}
 
 extern "C" {
 
@@ -77,13 +93,7 @@ sarko_error_t sarvo_mh_spCHsolve(const SPMAT *L, const VEC *b, VEC **x) {
 
 sarko_error_t sarvo_mh_spLUsolve(const SPMAT *LU, const PERM *px, const VEC *b, VEC **x) {
     if (sarko_error_t e = check(LU, px, b, x, "spLUsolve")) return e;
-    System s{LU, {}, {}};
-    if (sarko_error_t e = s.prepare("spLUsolve")) return e;
-    for (int32_t i = 0; i < LU->n; i++) s.x[at(i)] = b->elems[px->elems[i]];
-    for (int32_t i = 0; i < LU->n; i++) s.x[at(i)] = s.subtract(i, s.begin(i), s.pivot(i)); // L y = P b
-    for (int32_t i = LU->n - 1; i >= 0; i--)                                                // U x = y
-        s.x[at(i)] = s.subtract(i, s.pivot(i) + 1, s.end(i)) / s.pivot(i)->val;
-    return s.deliver(x);
+    return solve_lu(*LU, px->elems, *b, x);
 }
 
 sarko_error_t sarvo_mh_spLUTsolve(const SPMAT *LU, const PERM *px, const VEC *b, VEC **x) {

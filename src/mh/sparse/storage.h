@@ -90,4 +90,7 @@ private:
     int32_t m_ = 0, n_ = 0;
 };
 
+// x from L U x = b: sarvo_mh_spLUsolve without a permutation.
+[[nodiscard]] sarko_error_t solve_without_exchanges(const SPMAT &LU, const VEC &b, VEC **x);
+
 } // namespace sarvo::mh
