@@ -20,11 +20,12 @@ std::vector<bool> pattern(const SPMAT *A) {
     return all;
 }
 
-// out of a matrix operation: null, or one of another shape with entries and lists of its own.
+// out of a matrix operation: null, or one of another shape with entries, lists and diagonal positions.
 Sp used(bool null, test::Random &random) {
     if (null) return {};
     Sp out = random_sparse(static_cast<int32_t>(random.below(9)), static_cast<int32_t>(random.below(9)), 0.5, random);
     expect_success(sarvo_mh_sp_col_access(out.p));
+    expect_success(sarvo_mh_sp_diag_access(out.p));
     return out;
 }
 

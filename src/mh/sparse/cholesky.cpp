@@ -98,42 +98,34 @@ class Numbers {
 public:
     Numbers(const SPMAT &A, const Factor &L) : A_(A), L_(L) {}
     sarko_error_t allocate(bool complete);
-    template <bool complete> bool compute(); // false when a pivot is not positive
+    bool compute(); // false when a pivot is not positive
 
 private:
     double spread(int32_t i) const;
     template <int32_t count> double eliminate(int32_t j, int64_t q, double pivot) const;
-    double eliminate_where_stored(int32_t i, int32_t j, int64_t q, double pivot) const;
-    void put(int32_t j, int64_t q, double l) const {
-        L_.columns.value[at(filled_[at(j)]++)] = l;
-        L_.rows.value[at(q)] = l;
-    }
 
     static constexpr int32_t most = 4;
     const SPMAT &A_;
     const Factor &L_;
-    Buffer<double> x_;       // the row, zero before and after
     Buffer<int64_t> filled_; // how far each column goes
-    Buffer<uint8_t> alike_;  // complete: how many columns from here on, at most `most`, have equal rows behind them
-    Buffer<int32_t> mark_;   // incomplete: i at the places of row i
+    Buffer<uint8_t> alike_;  // how many columns from here on, at most `most`, are known to have equal rows behind them
+    // The row at its places. Complete: zero elsewhere, so that what fills in begins at +0. Without fill every place is
+    // set before it is read, and what columns leave elsewhere does no harm.
+    Buffer<double> x_;
 };
 
 sarko_error_t Numbers::allocate(bool complete) {
     const int32_t n = A_.n;
     if (sarko_error_t e = x_.allocate(at(n))) return e;
     if (sarko_error_t e = filled_.allocate_unset(at(n))) return e;
-    for (int32_t j = 0; j < n; j++) filled_[at(j)] = L_.columns.begin(j);
-    if (!complete) {
-        if (sarko_error_t e = mark_.allocate_unset(at(n))) return e;
-        for (int32_t j = 0; j < n; j++) mark_[at(j)] = -1;
-        return 0;
-    }
     if (sarko_error_t e = alike_.allocate_unset(at(n))) return e;
     const auto count = [this](int32_t j) { return L_.columns.end(j) - L_.columns.begin(j); };
     for (int32_t j = n - 1; j >= 0; j--) {
-        // The rows behind j are among those of the first one behind, its parent: equal counts are equal rows.
+        filled_[at(j)] = L_.columns.begin(j);
+        // In a complete factor the rows behind j's first one, its parent, are among the parent's: equal counts are
+        // equal rows.
         const bool continues =
-            j + 1 < n && count(j) == count(j + 1) + 1 && L_.columns.index[at(L_.columns.begin(j))] == j + 1;
+            complete && j + 1 < n && count(j) == count(j + 1) + 1 && L_.columns.index[at(L_.columns.begin(j))] == j + 1;
         alike_[at(j)] = static_cast<uint8_t>(continues ? (alike_[at(j + 1)] < most ? alike_[at(j + 1)] + 1 : most) : 1);
     }
     return 0;
@@ -170,33 +162,19 @@ template <int32_t count> double Numbers::eliminate(int32_t j, int64_t q, double 
         for (int32_t t = 0; t < count; t++) difference -= value[t][p] * l[t];
         x[row[p]] = difference;
     }
-    for (int32_t t = 0; t < count; t++) put(j + t, q + t, l[t]);
+    for (int32_t t = 0; t < count; t++) {
+        L_.columns.value[at(filled_[at(j + t)]++)] = l[t];
+        L_.rows.value[at(q + t)] = l[t];
+    }
     return pivot;
 }
 
-// Place j of row i, where only the rows that are places of row i take part.
-double Numbers::eliminate_where_stored(int32_t i, int32_t j, int64_t q, double pivot) const {
-    const double l = x_[at(j)] / L_.diagonal[at(j)];
-    x_[at(j)] = 0.0;
-    for (int64_t p = L_.columns.begin(j); p < filled_[at(j)]; p++) {
-        const uint64_t r = at(L_.columns.index[at(p)]);
-        if (mark_[r] == i) x_[r] -= L_.columns.value[at(p)] * l;
-    }
-    put(j, q, l);
-    return pivot - l * l;
-}
-
-template <bool complete> bool Numbers::compute() {
+bool Numbers::compute() {
     for (int32_t i = 0; i < A_.n; i++) {
         double pivot = spread(i);
-        const int64_t end = L_.rows.end(i);
-        for (int64_t q = L_.rows.begin(i); !complete && q < end; q++) mark_[at(L_.rows.index[at(q)])] = i;
-        for (int64_t q = L_.rows.begin(i); q < end;) {
-            const int32_t j = L_.rows.index[at(q)];
-            int32_t count = 1;
-            if (complete) count = alike_[at(j)] < i - j ? alike_[at(j)] : i - j;
-            if (!complete) pivot = eliminate_where_stored(i, j, q, pivot);
-            else if (count == 4) pivot = eliminate<4>(j, q, pivot);
+        for (int64_t q = L_.rows.begin(i); q < L_.rows.end(i);) {
+            const int32_t j = L_.rows.index[at(q)], count = alike_[at(j)] < i - j ? alike_[at(j)] : i - j;
+            if (count == 4) pivot = eliminate<4>(j, q, pivot);
             else if (count == 3) pivot = eliminate<3>(j, q, pivot);
             else if (count == 2) pivot = eliminate<2>(j, q, pivot);
             else pivot = eliminate<1>(j, q, pivot);
@@ -245,7 +223,7 @@ sarko_error_t factorise(SPMAT *A, bool complete, const char *name) {
     Numbers numbers(*A, L);
     if (sarko_error_t e = numbers.allocate(complete)) return e;
     if (sarko_error_t e = reserve_rows(*A, L)) return e;
-    if (!(complete ? numbers.compute<true>() : numbers.compute<false>())) return fail_in(SarvoMHPosdefEC, name);
+    if (!numbers.compute()) return fail_in(SarvoMHPosdefEC, name);
     store(L, *A);
     return 0;
 }

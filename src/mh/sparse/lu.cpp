@@ -252,7 +252,7 @@ void Factorisation::zero_pivot(int32_t k, int32_t count) {
     for (int32_t c = 0; c < count; c++) {
         const int32_t i = candidate_[at(c)];
         rows_.advance(i);
-        if (i != fixed) hang(i);
+        hang(i);
     }
 }
 
