@@ -200,19 +200,28 @@ void solve_and_refine(const SPMAT *A, const Factors &factors, const Doubles &b, 
     }
 }
 
-void solve_directly(const SPMAT *A, const Doubles &b, const SolveOptions &options, bool may_fall_back,
+void solve_directly(const SPMAT *A, const Doubles &b, const SolveOptions &options, const SolveObserver &observer,
                     SolveResult &result) {
+    const auto phase = [&observer](const char *what) {
+        if (observer.phase) observer.phase(what);
+    };
     result.order = options.order == "auto" ? "amd" : options.order;
+    phase("ordering");
     Factors factors(A, result.order);
+    if (result.method == "chol") phase("Cholesky factorisation");
     if (result.method == "chol" && !factors.cholesky()) {
-        if (!may_fall_back)
+        if (options.method != "auto")
             throw Failure(exit_not_converged, "the matrix is not positive definite: --method lu solves it");
         result.method = "lu";
         result.choice = "square, not positive definite";
         factors = Factors(A, result.order);
     }
-    if (result.method == "lu") factors.lu(options.threshold);
+    if (result.method == "lu") {
+        phase("LU factorisation");
+        factors.lu(options.threshold);
+    }
     result.factor_entries = factors.entries();
+    phase("solution and condition");
     solve_and_refine(A, factors, b, result);
     if (!b.empty()) result.condition = column_norm(A) * inverse_norm(factors, b.size());
     result.converged = std::isfinite(largest(result.x));
@@ -225,7 +234,7 @@ struct Iteration {
     Sparse factor;
     Doubles diagonal;
     Doubles *history;
-    const std::function<void(uint32_t, double)> *step;
+    const SolveObserver *observer;
 };
 
 sarko_error_t divide(void *par, const VEC *in, VEC *out) {
@@ -273,9 +282,9 @@ void precondition(const SPMAT *A, const std::string &name, bool least_squares, s
     }
 }
 
-void iterate(const SPMAT *A, const Doubles &b, const SolveOptions &options,
-             const std::function<void(uint32_t, double)> &step, SolveResult &result) {
-    Iteration run = {nullptr, {}, &result.history, &step};
+void iterate(const SPMAT *A, const Doubles &b, const SolveOptions &options, const SolveObserver &observer,
+             SolveResult &result) {
+    Iteration run = {nullptr, {}, &result.history, &observer};
     sarvo_mh_iter_t *p = nullptr;
     check(sarvo_mh_iter_get(static_cast<int32_t>(b.size()), A->n, &p));
     const IterativeRecord ip(p);
@@ -291,7 +300,7 @@ void iterate(const SPMAT *A, const Doubles &b, const SolveOptions &options,
         const auto *r = static_cast<const Iteration *>(record->reserved_1);
         if (r->history->empty()) r->history->push_back(record->init_res);
         r->history->push_back(norm);
-        if (*r->step) (*r->step)(record->steps, norm);
+        if (r->observer->step) r->observer->step(record->steps, norm);
     };
     const auto solver = result.method == "cg"       ? sarvo_mh_iter_cg
                         : result.method == "minres" ? sarvo_mh_iter_minres
@@ -312,15 +321,15 @@ void iterate(const SPMAT *A, const Doubles &b, const SolveOptions &options,
 }
 
 // Of the automatic preconditioners the first that serves; if none does, the one that came closest.
-void try_preconditioners(const SPMAT *A, const Doubles &b, const SolveOptions &options,
-                         const std::function<void(uint32_t, double)> &step, SolveResult &result) {
+void try_preconditioners(const SPMAT *A, const Doubles &b, const SolveOptions &options, const SolveObserver &observer,
+                         SolveResult &result) {
     const auto names = candidates(A, options, result.method);
     SolveResult best;
     for (const std::string &name : names) {
         SolveResult trial = result;
         trial.precond = name;
         try {
-            iterate(A, b, options, step, trial);
+            iterate(A, b, options, observer, trial);
         } catch (const Failure &) { // a factor that does not exist
             if (name == names.back()) throw;
             continue;
@@ -358,7 +367,7 @@ void choose_method(const MarketMatrix &m, const SPMAT *A, const SolveOptions &op
 } // namespace
 
 SolveResult solve_system(const MarketMatrix &m, const std::optional<Doubles> &given, const SolveOptions &options,
-                         const std::function<void(uint32_t, double)> &step) {
+                         const SolveObserver &observer) {
     const auto start = std::chrono::steady_clock::now();
     const Sparse A = to_library(m);
     SolveResult result;
@@ -367,9 +376,8 @@ SolveResult solve_system(const MarketMatrix &m, const std::optional<Doubles> &gi
     result.entries = static_cast<int64_t>(m.entries.size());
     const Doubles ones(static_cast<size_t>(m.cols), 1.0), b = given ? *given : product(A.get(), ones);
     choose_method(m, A.get(), options, result);
-    if (result.method == "chol" || result.method == "lu")
-        solve_directly(A.get(), b, options, options.method == "auto", result);
-    else try_preconditioners(A.get(), b, options, step, result);
+    if (result.method == "chol" || result.method == "lu") solve_directly(A.get(), b, options, observer, result);
+    else try_preconditioners(A.get(), b, options, observer, result);
 
     const Doubles r = difference(b, product(A.get(), result.x));
     const double size = row_norm(A.get()) * largest(result.x) + largest(b);

@@ -38,9 +38,14 @@ struct SolveResult {
     double seconds = 0.0;
 };
 
-// b without a value: A times the vector of ones. `step` is called after each step of an iterative method with its number
-// and residual norm. Throws Failure when the system cannot be solved at all; an iteration that ends early is a result.
+// What is told while it works; either may be empty.
+struct SolveObserver {
+    std::function<void(const char *)> phase;    // a part of the work begins
+    std::function<void(uint32_t, double)> step; // after each step of an iterative method: number, residual norm
+};
+
+// b without a value: A times the vector of ones. Throws Failure when the system cannot be solved at all; an iteration that ends early is a result.
 SolveResult solve_system(const MarketMatrix &A, const std::optional<std::vector<double>> &b,
-                         const SolveOptions &options, const std::function<void(uint32_t, double)> &step);
+                         const SolveOptions &options, const SolveObserver &observer);
 
 } // namespace command

@@ -21,6 +21,13 @@ void Progress::show(const std::string &text) {
     std::fflush(stderr);
 }
 
+void Progress::announce(const std::string &text) {
+    if (!terminal_) return;
+    visible_ = true;
+    std::fprintf(stderr, "\r\033[K%s ...", text.c_str());
+    std::fflush(stderr);
+}
+
 void Progress::clear() {
     if (visible_) std::fputs("\r\033[K", stderr);
     visible_ = false;

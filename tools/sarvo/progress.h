@@ -15,6 +15,8 @@ public:
 
     // Shows `text` with the seconds gone, at most ten times a second, and not before some work was done.
     void show(const std::string &text);
+    // Shows `text` at once: what follows may take long and cannot say so itself.
+    void announce(const std::string &text);
     // Takes the line away.
     void clear();
     double seconds() const;

@@ -82,7 +82,9 @@ int run_solve(const Arguments &a) {
     std::optional<std::vector<double>> b;
     if (!a.right.empty()) b = read_right_side(a.right, A.rows);
     Progress progress;
-    const auto step = [&](uint32_t number, double norm) {
+    SolveObserver observer;
+    observer.phase = [&](const char *what) { progress.announce(what); };
+    observer.step = [&](uint32_t number, double norm) {
         if (a.history) {
             if (number == 1) std::fprintf(stderr, "%8s  %s\n", "step", "residual norm");
             std::fprintf(stderr, "%8u  %s\n", number, general(norm, 10).c_str());
@@ -91,7 +93,7 @@ int run_solve(const Arguments &a) {
                           general(number / progress.seconds(), 3) + " steps/s");
         }
     };
-    const SolveResult result = solve_system(A, b, a.solve, step);
+    const SolveResult result = solve_system(A, b, a.solve, observer);
     progress.clear();
     write(a.format == "json"  ? solve_json(result)
           : a.format == "csv" ? solve_csv(result)

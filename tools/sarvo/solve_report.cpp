@@ -16,7 +16,7 @@ std::string counted(uint64_t count, const std::string &thing) {
     return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-// The history as a line of up to 60 bars on a logarithmic scale.
+// The history as a line of up to 40 bars on a logarithmic scale.
 std::string bars(const std::vector<double> &history) {
     static const char *const heights[] = {"\u2581", "\u2582", "\u2583", "\u2584",
                                           "\u2585", "\u2586", "\u2587", "\u2588"};
@@ -24,7 +24,7 @@ std::string bars(const std::vector<double> &history) {
     for (const double norm : history) logs.push_back(std::log10(std::max(norm, 1e-300)));
     const auto [low, high] = std::minmax_element(logs.begin(), logs.end());
     const double range = *high - *low > 0.0 ? *high - *low : 1.0;
-    const size_t count = std::min<size_t>(logs.size(), 60);
+    const size_t count = std::min<size_t>(logs.size(), 40);
     std::string text;
     for (size_t k = 0; k < count; k++) {
         const size_t i = count == 1 ? 0 : k * (logs.size() - 1) / (count - 1);
