@@ -6,7 +6,9 @@
 
 #include <sarvo/lsq.h>
 #include <sarvo/mh.h>
+#include <sarvo/rnd.h>
 #include <sarvo/rng.h>
+#include <sarvo/specfunc.h>
 
 #define SIZE(record, bytes) static_assert(sizeof(record) == (bytes), #record)
 #define FIELD(record, field, offset) static_assert(offsetof(record, field) == (offset), #record "." #field)
@@ -144,5 +146,11 @@ FIELD(sarvo_nr_rng_gamma_t, bet, 8);
 FIELD(sarvo_nr_rng_gamma_t, oalph, 16);
 FIELD(sarvo_nr_rng_gamma_t, a1, 24);
 FIELD(sarvo_nr_rng_gamma_t, a2, 32);
+
+SIZE(sarvo_cheb_series, 32);
+FIELD(sarvo_cheb_series, c, 0);
+FIELD(sarvo_cheb_series, order, 8);
+FIELD(sarvo_cheb_series, a, 16);
+FIELD(sarvo_cheb_series, b, 24);
 
 #endif
