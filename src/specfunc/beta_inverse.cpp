@@ -3,6 +3,7 @@
 #include "bisection.h"
 
 #include "core/elementary.h"
+#include "simd/simd.h"
 
 namespace sarvo::special {
 
@@ -45,8 +46,26 @@ class BetaFunction {
 public:
     explicit BetaFunction(const Beta &beta) : beta_(beta) {}
 
+    // All at once where they have the same tail: the fractions beside each other.
     void values(const double *w, int n, double *out) const {
-        for (int i = 0; i < n; i++) out[i] = beta_value(beta_, w[i]);
+        const bool upper = !(w[0] < beta_.split);
+        bool alike = n > 1;
+        for (int i = 1; i < n; i++) alike = alike && !(w[i] < beta_.split) == upper;
+        if (!alike) {
+            for (int i = 0; i < n; i++) out[i] = beta_value(beta_, w[i]);
+            return;
+        }
+        const double a = upper ? beta_.b : beta_.a, b = upper ? beta_.a : beta_.b;
+        double x[batch], f[batch];
+        for (int i = 0; i < batch; i++) {
+            const double argument = w[i < n ? i : n - 1];
+            x[i] = upper ? 1.0 - argument : argument;
+        }
+        simd::kernels().beta_fractions(a, b, x, f);
+        for (int i = 0; i < n; i++) {
+            const double tail = beta_front(a, b, beta_.ln_beta, x[i]) * f[i] / a;
+            out[i] = upper ? 1.0 - tail : tail;
+        }
     }
 
     // y = ln(w / (1 - w)); E = w^a (1 - w)^b / B(a, b) = dF/dy, E'/E = a - (a + b) w.

@@ -47,7 +47,7 @@ double gamma_fraction(double a, double x) {
             g = P0 * fac;
         }
         if (__builtin_fabs(g) == __builtin_fabs(g_old) || g != g) return g;
-        if (n > patience && __builtin_fabs(g - g_old) <= 0x1p-52 * __builtin_fabs(g)) return g;
+        if (n >= patience && __builtin_fabs(g - g_old) <= 0x1p-52 * __builtin_fabs(g)) return g;
     }
 }
 

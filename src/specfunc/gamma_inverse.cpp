@@ -5,6 +5,7 @@
 #include <sarvo/rnd.h>
 
 #include "core/elementary.h"
+#include "simd/simd.h"
 
 namespace sarvo::special {
 
@@ -54,8 +55,21 @@ public:
     explicit GammaFunction(const GammaShape &shape) : shape_(shape) {}
 
     double value(double x) const { return gamma_value(shape_, x); }
+    // The fractions of a batch beside each other.
     void values(const double *x, int n, double *out) const {
-        for (int i = 0; i < n; i++) out[i] = value(x[i]);
+        bool upper = n > 1;
+        for (int i = 0; i < n; i++) upper = upper && !(x[i] < shape_.a + 1.0);
+        if (!upper) {
+            for (int i = 0; i < n; i++) out[i] = value(x[i]);
+            return;
+        }
+        double argument[batch], g[batch];
+        for (int i = 0; i < batch; i++) argument[i] = x[i < n ? i : n - 1];
+        simd::kernels().gamma_fractions(shape_.a, argument, g);
+        for (int i = 0; i < n; i++) {
+            const double front = gamma_front(shape_, x[i]);
+            out[i] = 1.0 - (front == 0.0 ? 0.0 : g[i] * front);
+        }
     }
 
     // y = ln x; E = x^a e^-x / Gamma(a) = dP/dy, E'/E = a - x.
