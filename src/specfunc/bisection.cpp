@@ -51,6 +51,11 @@ double excess(const Local &at, double p) { return at.upper ? (1.0 - p) - at.e : 
 
 Spacing spacing(double p) { return {from_bits(bits(p) + 1) - p, p - from_bits(bits(p) - 1)}; }
 
+bool near_enough(const Local &at, double d) {
+    const double curved = at.bend * d * d;
+    return curved < 1e-5 && curved * __builtin_fabs(d) * at.slope < 0.1 * at.margin * at.e;
+}
+
 Window window_near(const Local &at, double r, double p, double extra) {
     const Clearance c = clearance(at, p);
     const double e = excess(at, p);
@@ -77,6 +82,27 @@ Window dyadic_cell(double lo, double hi, const Window &window) {
     for (int shift = 1; shift < 64; shift *= 2) differ |= differ >> shift;
     const double cell_lo = from_bits(bits(A) & ~differ), cell_hi = from_bits((bits(A) | differ) + 1);
     return {cell_lo, cell_hi};
+}
+
+int likely_midpoints(double lo, double hi, const Window &window, double *w) {
+    const double middle = 0.5 * (window.A + window.B);
+    double turn[batch]; // the midpoint after the other outcome at w
+    const auto open = [&](double m) { return m > window.A && m < window.B; };
+    int way = 0;
+    while (way < batch) {
+        const double m = (lo + hi) / 2.0;
+        if (m == lo || m == hi) break;
+        const bool right = open(m) ? m < middle : m <= window.A;
+        if (open(m)) {
+            w[way] = m;
+            turn[way++] = right ? (lo + m) / 2.0 : (m + hi) / 2.0;
+        }
+        (right ? lo : hi) = m;
+    }
+    int n = way;
+    for (int i = way - 1; i >= 0 && n < batch; i--)
+        if (open(turn[i])) w[n++] = turn[i];
+    return n;
 }
 
 double rough_normal_quantile(double ln_p, double ln_q) {

@@ -47,6 +47,9 @@ Spacing spacing(double p);
 // by an error of F that depends on the tail.
 Window window_near(const Local &at, double r, double p, double extra);
 
+// Whether the root, d scales away, is near enough for the window to depend on the margin rather than on the series.
+bool near_enough(const Local &at, double d);
+
 // Whether F < p (F > p) for sure at the argument of `at`, and with it at all smaller (larger) ones with the same tail.
 bool surely_below(const Local &at, double p);
 bool surely_above(const Local &at, double p);
@@ -57,28 +60,23 @@ Window dyadic_cell(double lo, double hi, const Window &window);
 
 constexpr int batch = 8;
 
-// F.values(w, n, out) evaluates F at n <= batch arguments. Ends where the midpoint is an end of its interval, or F(w) = p;
-// NaN where F is. Batches are the midpoints on the way to the middle of the window, which only F's noise there can belie:
-// several evaluations at once take the time of one.
+// Midpoints of [lo, hi] inside the window that the bisection may come to: those on the way to the middle of the window, from
+// which only F's noise there can divert it, then those one wrong turn off that way, the last turn first. Returns their number.
+int likely_midpoints(double lo, double hi, const Window &window, double *w);
+
+// F.prepare(w, n, out) does the costly part of evaluating F at n <= batch arguments, several at once in little more than the
+// time of one; F.value(w, prepared) ends it. The bisection ends where the midpoint is an end of its interval, or F(w) = p; NaN where F is.
 template <class Function> double bisect(const Function &F, double p, double lo, double hi, const Window &window) {
     const Window cell = dyadic_cell(lo, hi, window);
     lo = cell.A;
     hi = cell.B;
     const bool known = window.B - window.A < 1.0;
-    const double middle = 0.5 * (window.A + window.B);
-    double w[batch], value[batch];
+    double w[batch], prepared[batch];
     for (;;) {
-        int n = 0;
-        for (double l = lo, h = hi; n < (known ? batch : 1);) {
-            const double m = (l + h) / 2.0;
-            if (m == l || m == h) break;
-            const bool open = m > window.A && m < window.B;
-            if (open) w[n++] = m;
-            if (open ? m < middle : m <= window.A) l = m;
-            else h = m;
-        }
-        if (n > 0) F.values(w, n, value);
-        for (int i = 0;;) {
+        const int n = known ? likely_midpoints(lo, hi, window, w) : 1;
+        if (!known) w[0] = (lo + hi) / 2.0;
+        if (n > 0) F.prepare(w, n, prepared);
+        for (;;) {
             const double m = (lo + hi) / 2.0;
             if (m == lo || m == hi) return m;
             if (m <= window.A) {
@@ -86,8 +84,10 @@ template <class Function> double bisect(const Function &F, double p, double lo, 
             } else if (m >= window.B) {
                 hi = m;
             } else {
-                if (i == n || w[i] != m) break;
-                const double v = value[i++];
+                int i = 0;
+                while (i < n && w[i] != m) i++;
+                if (i == n) break;
+                const double v = F.value(m, prepared[i]);
                 if (v > p) hi = m;
                 else if (v < p) lo = m;
                 else return v == p ? m : v;
@@ -106,7 +106,7 @@ struct Tail {
 
 struct Step {
     double y;
-    bool last; // the root is this step away, to some eight digits of the step before
+    bool last; // the root is this step away, to some six digits
 };
 
 // A step from y towards ln tail = target. With h = ratio (negative for the upper tail), d = target - ln, k = 1 - h c, near the
@@ -120,7 +120,7 @@ inline Step approach(const Tail &tail, double target) {
     const double third = (k * (k - hc) - h * h * tail.dc) * d * d / 6.0;
     const double size2 = __builtin_fabs(second), size3 = __builtin_fabs(third);
     if (size2 < 0.25 && size3 < 0.1) {
-        const bool last = size2 < 2e-3 && size3 < 1e-5 && __builtin_fabs(d) < 0.5;
+        const bool last = size2 < 1e-2 && size3 < 2e-4 && __builtin_fabs(d) < 0.5;
         return {h * d * (1.0 + second + third), last};
     }
     const double square = 1.0 - 2.0 * k * d;

@@ -54,22 +54,22 @@ class GammaFunction {
 public:
     explicit GammaFunction(const GammaShape &shape) : shape_(shape) {}
 
-    double value(double x) const { return gamma_value(shape_, x); }
-    // The fractions of a batch beside each other.
-    void values(const double *x, int n, double *out) const {
+    // The sums of a batch: fractions beside each other, series one by one.
+    void prepare(const double *x, int n, double *f) const {
         bool upper = n > 1;
         for (int i = 0; i < n; i++) upper = upper && !(x[i] < shape_.a + 1.0);
         if (!upper) {
-            for (int i = 0; i < n; i++) out[i] = value(x[i]);
+            for (int i = 0; i < n; i++)
+                f[i] = x[i] < shape_.a + 1.0 ? gamma_series(shape_.a, x[i]) : gamma_fraction(shape_.a, x[i]);
             return;
         }
-        double argument[batch], g[batch];
-        for (int i = 0; i < batch; i++) argument[i] = x[i < n ? i : n - 1];
-        simd::kernels().gamma_fractions(shape_.a, argument, g);
-        for (int i = 0; i < n; i++) {
-            const double front = gamma_front(shape_, x[i]);
-            out[i] = 1.0 - (front == 0.0 ? 0.0 : g[i] * front);
-        }
+        simd::kernels().gamma_fractions(static_cast<uint64_t>(n), shape_.a, x, f);
+    }
+
+    double value(double x, double f) const {
+        const double front = gamma_front(shape_, x);
+        if (x < shape_.a + 1.0) return f * front;
+        return 1.0 - (front == 0.0 ? 0.0 : f * front);
     }
 
     // y = ln x; E = x^a e^-x / Gamma(a) = dP/dy, E'/E = a - x.
@@ -156,7 +156,7 @@ Window window_about(const GammaFunction &P, double r, double p, double offset) {
         const Local at = P.local(r);
         if (!regular(at, P.shape(), r)) return undecided;
         const double d = (at.upper ? at.e - (1.0 - p) - offset : p - offset - at.e) / at.slope;
-        if (!(at.bend * d * d < 1e-10)) {
+        if (!near_enough(at, d)) {
             r += at.scale * d;
             continue;
         }
@@ -188,7 +188,7 @@ Window find_window(const GammaFunction &P, double p) {
 double first_reaching(const GammaFunction &P, double p, const Window &window) {
     double n = window.A >= 1.0 ? __builtin_floor(window.A) + 1.0 : 1.0; // all up to A are below
     for (; n < window.B; n += 1.0) {
-        const double value = P.value(n);
+        const double value = gamma_value(P.shape(), n);
         if (value >= p) break;
         if (value != value) return value;
         if (n >= 0x1p53) return infinity;

@@ -50,12 +50,12 @@ double gamma_fraction(double a, double x) {
 
 } // namespace
 
-void beta_fractions(double a, double b, const double *x, double *f) {
-    for (int i = 0; i < 8; i++) f[i] = beta_fraction(a, b, x[i]);
+void beta_fractions(uint64_t n, double a, double b, const double *x, double *f) {
+    for (uint64_t i = 0; i < n; i++) f[i] = beta_fraction(a, b, x[i]);
 }
 
-void gamma_fractions(double a, const double *x, double *g) {
-    for (int i = 0; i < 8; i++) g[i] = gamma_fraction(a, x[i]);
+void gamma_fractions(uint64_t n, double a, const double *x, double *g) {
+    for (uint64_t i = 0; i < n; i++) g[i] = gamma_fraction(a, x[i]);
 }
 
 } // namespace sarvo::simd::ref
