@@ -90,7 +90,7 @@ template <class Function> double bisect(const Function &F, double p, double lo, 
                 const double v = F.value(m, prepared[i]);
                 if (v > p) hi = m;
                 else if (v < p) lo = m;
-                else return v == p ? m : v;
+                else return v == p ? m : v + p; // NaN when one of them is
             }
         }
     }

@@ -53,10 +53,11 @@ double gamma_fraction(double a, double x) {
 
 namespace {
 
-// Q(a, x). Where x^a e^-x is 0 nothing is left of the tail, whatever the fraction, whose terms may overflow there.
+// Q(a, x). Where x^a e^-x is 0 nothing is left of the tail, whatever the fraction, whose terms may overflow there; where it is
+// NaN the fraction need not end.
 double upper(const GammaShape &shape, double x) {
     const double front = gamma_front(shape, x);
-    return front == 0.0 ? 0.0 : gamma_fraction(shape.a, x) * front;
+    return front == 0.0 || front != front ? front : gamma_fraction(shape.a, x) * front;
 }
 
 } // namespace

@@ -24,8 +24,9 @@ struct Worst {
 };
 
 // Runs a table; every row must be within four times the attainable error of its tag, relatively or absolutely.
-Worst run(const std::string &file, const std::string &name, size_t inputs, const std::function<Result(const Row &)> &f,
-          const std::function<bool(const Row &)> &counts = [](const Row &) { return true; }, size_t outputs = 1) {
+Worst run(
+    const std::string &file, const std::string &name, size_t inputs, const std::function<Result(const Row &)> &f,
+    const std::function<bool(const Row &)> &counts = [](const Row &) { return true; }, size_t outputs = 1) {
     const auto limits = test::attainable(name);
     Worst worst;
     for (const Row &row : test::table(file, inputs, outputs)) {
@@ -132,7 +133,8 @@ TEST_F(ReferenceTables, SpecialFunctionsAreWithinFourTimesTheAttainableErrorAndB
         EXPECT_GE(w.within, c.share * w.rows) << c.file;
         EXPECT_GE(w.within_twice, c.share_twice * w.rows) << c.file;
     }
-    run("lgamma", "lngamma_stirling", 1, [](const Row &row) { return Result{sarvo_lngamma_stirling(row.in[0])}; },
+    run(
+        "lgamma", "lngamma_stirling", 1, [](const Row &row) { return Result{sarvo_lngamma_stirling(row.in[0])}; },
         positive, 2);
 }
 
@@ -168,7 +170,8 @@ TEST_F(ReferenceTables, QuantilesLeadBackToTheirProbabilities) {
         const double below = sarvo_rnd_betadf_value(a, b, std::nextafter(w, 0.0));
         return sarvo_rnd_betadf_value(a, b, std::nextafter(w, 2.0)) - below;
     };
-    const auto back = [](const std::string &file, size_t inputs, long double abs, auto cdf, auto quantile, auto resolution) {
+    const auto back = [](const std::string &file, size_t inputs, long double abs, auto cdf, auto quantile,
+                         auto resolution) {
         for (const Row &row : test::table(file, inputs, 1)) {
             const double p = row.in.back(), x = quantile(row.in);
             const double next = cdf(row.in, std::nextafter(x, INFINITY)) - cdf(row.in, std::nextafter(x, 0.0));
@@ -211,7 +214,8 @@ TEST_F(ReferenceTables, DistributionFunctionsAscendUpToTheirError) {
                 const double x = i * 1e-4, wide = 3.0 * b * a * x;
                 const double I = sarvo_rnd_betadf_value(a, b, x), P = sarvo_rnd_gammadf_value(a, wide);
                 const double F = sarvo_rnd_fdf(a, b, wide), t = sarvo_rnd_studentdf(a, 20.0 * x - 10.0);
-                EXPECT_TRUE(I >= last_beta - beta && P >= last_gamma - gamma && F >= last_F - beta && t >= last_t - beta)
+                EXPECT_TRUE(I >= last_beta - beta && P >= last_gamma - gamma && F >= last_F - beta &&
+                            t >= last_t - beta)
                     << a << " " << b << " " << x;
                 last_beta = I, last_gamma = P, last_F = F, last_t = t;
             }
