@@ -167,6 +167,10 @@ double first_guess(const Beta &beta, const Target &target) {
         return -(ln_v + v + v * ((a - 1.0) / (b + 1.0)));
     }
     if (a > 1.0 && b > 1.0) return central_guess(beta, target);
+    if (a == 0.5 && b > 1.0) { // w / (1 - w) = t^2 / nu of Student's distribution
+        const double t = rough_normal_quantile(0.0, target.ln_q - 0.6931471805599453);
+        return 2.0 * log(t * (1.0 + (t * t + 1.0) / (8.0 * b))) - log(2.0 * b);
+    }
     return log(a / b);
 }
 
@@ -210,13 +214,7 @@ Window window_about(const BetaFunction &F, double r, double p, double offset) {
             r += at.scale * d;
             continue;
         }
-        // Beyond the split the other tail is computed, another multiple of the exact one.
-        const Window across = window_near(at, r, p, at.jump);
-        if (across.A < beta.split && beta.split < across.B) {
-            const Local other = F.local(beta.split, !at.upper);
-            if (!(at.upper ? surely_below(other, p) : surely_above(other, p))) return across;
-        }
-        return window_near(at, r, p, 0.0);
+        return window_across(F, at, r, p, beta.split);
     }
     return undecided;
 }

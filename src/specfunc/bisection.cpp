@@ -49,7 +49,9 @@ double excess(const Local &at, double p) { return at.upper ? (1.0 - p) - at.e : 
 
 } // namespace
 
-Spacing spacing(double p) { return {from_bits(bits(p) + 1) - p, p - from_bits(bits(p) - 1)}; }
+Spacing spacing(double p) { return {from_bits(bits(p) + 1) - p, p - before(p)}; }
+
+double before(double x) { return from_bits(bits(x) - 1); }
 
 bool near_enough(const Local &at, double d) {
     const double curved = at.bend * d * d;

@@ -42,6 +42,7 @@ struct Spacing {
     double up, down;
 };
 Spacing spacing(double p);
+double before(double x); // the double before x > 0
 
 // The window from what is known at r near the root; A = -inf, B = +inf where the series does not reach. `extra` widens it
 // by an error of F that depends on the tail.
@@ -53,6 +54,23 @@ bool near_enough(const Local &at, double d);
 // Whether F < p (F > p) for sure at the argument of `at`, and with it at all smaller (larger) ones with the same tail.
 bool surely_below(const Local &at, double p);
 bool surely_above(const Local &at, double p);
+
+// The window about the root near r. The tail at r tells of the arguments on its own side of the split; beyond, the other tail is
+// computed, which is another multiple of the exact one: there the jump between the two counts, unless the other tail at the
+// split is already sure.
+template <class Function> Window window_across(const Function &F, const Local &at, double r, double p, double split) {
+    const Window near = window_near(at, r, p, 0.0), far = window_near(at, r, p, at.jump);
+    Window window = near;
+    if (at.upper) {
+        if (near.B < split) window.B = far.B < split ? far.B : split;
+        if (far.A < split && !surely_below(F.local(split, false), p)) window.A = far.A;
+    } else {
+        const double last = before(split);
+        if (near.A >= split) window.A = far.A > last ? far.A : last;
+        if (far.B > split && !surely_above(F.local(split, true), p)) window.B = far.B;
+    }
+    return window;
+}
 
 // The last interval on the way of the bisection of [lo, hi] that A and B alone lead to (at least there); hi - lo a power of
 // two, lo a multiple of it.

@@ -150,7 +150,6 @@ bool regular(const Local &at, const GammaShape &shape, double x) {
 Window window_about(const GammaFunction &P, double r, double p, double offset) {
     constexpr double tiny = 0x1p-1073;
     if (r < tiny) return {-infinity, surely_above(P.local(tiny), p) ? tiny : infinity};
-    const double split = P.shape().a + 1.0;
     for (int i = 0; i < 3; i++) {
         if (!(r >= tiny && r < 0x1p52)) return undecided;
         const Local at = P.local(r);
@@ -160,13 +159,7 @@ Window window_about(const GammaFunction &P, double r, double p, double offset) {
             r += at.scale * d;
             continue;
         }
-        // Beyond the split the other tail is computed, another multiple of the exact one.
-        const Window across = window_near(at, r, p, at.jump);
-        if (across.A < split && split < across.B) {
-            const Local other = P.local(split, !at.upper);
-            if (!(at.upper ? surely_below(other, p) : surely_above(other, p))) return across;
-        }
-        return window_near(at, r, p, 0.0);
+        return window_across(P, at, r, p, P.shape().a + 1.0);
     }
     return undecided;
 }

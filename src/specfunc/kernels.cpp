@@ -6,20 +6,6 @@ namespace sarvo::special {
 using elementary::exp;
 using elementary::log;
 
-Estimate chebyshev(const sarvo_cheb_series &series, double x) {
-    const double y = (2.0 * x - series.a - series.b) / (series.b - series.a);
-    const double y2 = 2.0 * y;
-    double d = 0.0, dd = 0.0, e = 0.0;
-    for (int32_t j = series.order; j >= 1; j--) {
-        const double before = d;
-        d = y2 * d - dd + series.c[j];
-        e += magnitude(y2 * before) + magnitude(dd) + magnitude(series.c[j]);
-        dd = before;
-    }
-    e += magnitude(y * d) + magnitude(dd) + 0.5 * magnitude(series.c[0]);
-    return {y * d - dd + 0.5 * series.c[0], SarvoDblEps * e + magnitude(series.c[series.order])};
-}
-
 sarko_error_t exp_mult(double x, double dx, double y, double dy, Estimate *r) {
     const double ay = magnitude(y);
     if (y == 0.0) {
@@ -51,7 +37,7 @@ using namespace sarvo::special;
 extern "C" {
 
 sarko_error_t cheb_eval_e(const sarvo_cheb_series *series, double *value, double *error, double x) {
-    deliver(chebyshev(*series, x), value, error);
+    deliver(error ? chebyshev(*series, x) : chebyshev<false>(*series, x), value, error);
     return 0;
 }
 

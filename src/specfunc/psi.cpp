@@ -58,8 +58,8 @@ constexpr double beyond_2[16] = {-0.0204749044678185,
                                  0.0};
 constexpr sarvo_cheb_series series_beyond_2 = {beyond_2, 15, -1.0, 1.0};
 
-Estimate asymptotic(double x) {
-    const Estimate c = chebyshev(series_beyond_2, 8.0 / (x * x) - 1.0);
+template <bool with_error> Estimate asymptotic(double x) {
+    const Estimate c = chebyshev<with_error>(series_beyond_2, 8.0 / (x * x) - 1.0);
     if (x >= 0.0) {
         const double value = log(x) - 0.5 / x + c.value;
         return {value, c.error + magnitude(value) * SarvoDblEps};
@@ -70,8 +70,8 @@ Estimate asymptotic(double x) {
 }
 
 // psi(x) = psi(x + shift) - 1/x - ... - 1/(x + shift - 1), 1 <= x + shift < 2: the series, then the terms in this order.
-Estimate shifted(double x, int shift) {
-    Estimate r = chebyshev(series_1_2, 2.0 * (x + (shift - 1)) - 1.0);
+template <bool with_error> Estimate shifted(double x, int shift) {
+    Estimate r = chebyshev<with_error>(series_1_2, 2.0 * (x + (shift - 1)) - 1.0);
     for (int k = 0; k < shift; k++) {
         const double term = 1.0 / (x + k);
         r.value -= term;
@@ -81,21 +81,24 @@ Estimate shifted(double x, int shift) {
     return r;
 }
 
-sarko_error_t digamma(double x, Estimate *r) {
+template <bool with_error> sarko_error_t digamma(double x, Estimate *r) {
     if (x == 0.0 || x == -1.0 || x == -2.0) return fail(SarvoDomainEC);
-    if (magnitude(x) >= 2.0) *r = asymptotic(x);
-    else if (x >= 1.0) *r = shifted(x, 0);
-    else if (x > 0.0) *r = shifted(x, 1);
-    else if (x > -1.0) *r = shifted(x, 2);
-    else *r = shifted(x, 3);
+    if (magnitude(x) >= 2.0) *r = asymptotic<with_error>(x);
+    else if (x >= 1.0) *r = shifted<with_error>(x, 0);
+    else if (x > 0.0) *r = shifted<with_error>(x, 1);
+    else if (x > -1.0) *r = shifted<with_error>(x, 2);
+    else *r = shifted<with_error>(x, 3);
     return 0;
 }
 
-// zeta(2, x), x > 0
+// exp(0) zeta(2, x) with its error, x > 0: exp_mult's product where exp(0) = 1 leaves zeta as it is.
 sarko_error_t inverse_squares(double x, Estimate *r) {
     Estimate zeta;
     if (sarko_error_t e = hurwitz_zeta(2.0, x, &zeta)) return e;
-    return exp_mult(0.0, 0.0, zeta.value, zeta.error, r);
+    if (!(zeta.value < 0.8 * SarvoDblSqrtXmax && zeta.value > 1.2 * SarvoDblSqrtXmin))
+        return exp_mult(0.0, 0.0, zeta.value, zeta.error, r);
+    *r = {zeta.value, zeta.error + 2.0 * SarvoDblEps * zeta.value};
+    return 0;
 }
 
 sarko_error_t trigamma(double x, Estimate *r) {
@@ -190,7 +193,7 @@ sarko_error_t sarvo_psi1_int_e(int32_t n, double *value, double *error) {
 
 sarko_error_t sarvo_psi_e(double x, double *value, double *error) {
     Estimate r;
-    const sarko_error_t e = digamma(x, &r);
+    const sarko_error_t e = error ? digamma<true>(x, &r) : digamma<false>(x, &r);
     return deliver_unless(e, r, value, error);
 }
 

@@ -20,7 +20,23 @@ inline void deliver(const Estimate &r, double *value, double *error) {
 
 inline double magnitude(double x) { return __builtin_fabs(x); }
 
-Estimate chebyshev(const sarvo_cheb_series &series, double x);
+// The series at x. Without the error estimate the recurrence alone: half of the work.
+template <bool with_error = true> inline Estimate chebyshev(const sarvo_cheb_series &series, double x) {
+    const double y = (2.0 * x - series.a - series.b) / (series.b - series.a);
+    const double y2 = 2.0 * y;
+    double d = 0.0, dd = 0.0, e = 0.0;
+    for (int32_t j = series.order; j >= 1; j--) {
+        const double before = d;
+        d = y2 * d - dd + series.c[j];
+        if (with_error) e += magnitude(y2 * before) + magnitude(dd) + magnitude(series.c[j]);
+        dd = before;
+    }
+    const double value = y * d - dd + 0.5 * series.c[0];
+    if (!with_error) return {value, 0.0};
+    e += magnitude(y * d) + magnitude(dd) + 0.5 * magnitude(series.c[0]);
+    return {value, SarvoDblEps * e + magnitude(series.c[series.order])};
+}
+
 sarko_error_t exp_mult(double x, double dx, double y, double dy, Estimate *r);
 
 Estimate lngamma_lanczos(double x);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "literal_functions.h"
 #include "specfunc/tables.h"
 #include "test_support.h"
 
@@ -85,6 +86,21 @@ TEST(SpecialFunctions, AreExactWhereTheFormSaysSo) {
     EXPECT_EQ(value(lngamma, -0.001).sign, -1.0);
     EXPECT_EQ(value(gamma, 1e-310).value, inf); // success, as the reflection formula has it
     EXPECT_EQ(sarvo_lngamma(-2.5), value(lngamma, -2.5).value);
+}
+
+TEST(SpecialFunctions, AreThePlainFormulas) {
+    test::Random random(2);
+    for (int i = 0; i < 20000; i++) {
+        const double x = std::pow(10.0, 3.0 * random.symmetric()), s = 1.0 + 60.0 * random.uniform();
+        const int32_t n = 2 + static_cast<int32_t>(random.below(16));
+        EXPECT_EQ(test::bits(value(psi, x).value), test::bits(literal::digamma(x))) << x;
+        Result r;
+        if (std::fabs(s * std::log(x)) > 690.0) continue;
+        test::expect_success(sarvo_hzeta_e(s, x, &r.value, &r.error));
+        EXPECT_EQ(test::bits(r.value), test::bits(literal::hurwitz_zeta(s, x))) << s << " " << x;
+        test::expect_success(sarvo_psin_e(n, x, &r.value, &r.error));
+        EXPECT_EQ(test::bits(r.value), test::bits(literal::polygamma(n, x))) << n << " " << x;
+    }
 }
 
 // Where a branch ends the next one must agree with it: a wrong constant in either shows.
