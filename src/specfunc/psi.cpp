@@ -58,7 +58,7 @@ constexpr double beyond_2[16] = {-0.0204749044678185,
                                  0.0};
 constexpr sarvo_cheb_series series_beyond_2 = {beyond_2, 15, -1.0, 1.0};
 
-template <bool with_error> Estimate asymptotic(double x) {
+template <bool with_error> inline Estimate asymptotic(double x) {
     const Estimate c = chebyshev<with_error>(series_beyond_2, 8.0 / (x * x) - 1.0);
     if (x >= 0.0) {
         const double value = log(x) - 0.5 / x + c.value;
@@ -70,7 +70,7 @@ template <bool with_error> Estimate asymptotic(double x) {
 }
 
 // psi(x) = psi(x + shift) - 1/x - ... - 1/(x + shift - 1), 1 <= x + shift < 2: the series, then the terms in this order.
-template <bool with_error> Estimate shifted(double x, int shift) {
+template <bool with_error, int shift> inline Estimate shifted(double x) {
     Estimate r = chebyshev<with_error>(series_1_2, 2.0 * (x + (shift - 1)) - 1.0);
     for (int k = 0; k < shift; k++) {
         const double term = 1.0 / (x + k);
@@ -84,10 +84,10 @@ template <bool with_error> Estimate shifted(double x, int shift) {
 template <bool with_error> sarko_error_t digamma(double x, Estimate *r) {
     if (x == 0.0 || x == -1.0 || x == -2.0) return fail(SarvoDomainEC);
     if (magnitude(x) >= 2.0) *r = asymptotic<with_error>(x);
-    else if (x >= 1.0) *r = shifted<with_error>(x, 0);
-    else if (x > 0.0) *r = shifted<with_error>(x, 1);
-    else if (x > -1.0) *r = shifted<with_error>(x, 2);
-    else *r = shifted<with_error>(x, 3);
+    else if (x >= 1.0) *r = shifted<with_error, 0>(x);
+    else if (x > 0.0) *r = shifted<with_error, 1>(x);
+    else if (x > -1.0) *r = shifted<with_error, 2>(x);
+    else *r = shifted<with_error, 3>(x);
     return 0;
 }
 

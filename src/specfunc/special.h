@@ -25,6 +25,7 @@ template <bool with_error = true> inline Estimate chebyshev(const sarvo_cheb_ser
     const double y = (2.0 * x - series.a - series.b) / (series.b - series.a);
     const double y2 = 2.0 * y;
     double d = 0.0, dd = 0.0, e = 0.0;
+#pragma GCC unroll 24
     for (int32_t j = series.order; j >= 1; j--) {
         const double before = d;
         d = y2 * d - dd + series.c[j];
