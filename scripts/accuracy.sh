@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 . scripts/setup.sh
 need_packages "${build_packages[@]}" python3-mpmath
-cmake --preset release -DSARVO_TESTS=OFF > /dev/null
+[ -f build/build.ninja ] || cmake --preset release -DSARVO_TESTS=OFF > /dev/null
 cmake --build build -j "$jobs" --target sarvo_shared -- --quiet
 tables=../shared/data/special
 [ -d "$tables" ] || { echo "No reference tables beside the checkout: the sweeps only." >&2; tables=; }
