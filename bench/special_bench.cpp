@@ -41,7 +41,7 @@ struct Peer {
 
 bool close(double x, double y, bool equal_bits, double tolerance) {
     if (equal_bits) return x == y;
-    if (std::fabs(x) > 1e5) return true; // of F and t, formed by w / (1 - w): few digits of 1 - w are left
+    if (std::fabs(x) > 1e4) return true; // of F and t, formed by w / (1 - w): few digits of 1 - w are left
     return std::fabs(x - y) <= tolerance * (1.0 + std::fabs(y));
 }
 
