@@ -57,6 +57,8 @@
     void gamma_trials(uint64_t, uint64_t, const uint64_t *, double, const double *, const uint64_t *, GammaTrials *);  \
     uint64_t pack_scaled(uint64_t, uint64_t, double, const double *, double *);                                        \
     void fractions(uint64_t, const uint64_t *, double *);                                                              \
+    void beta_fractions(uint64_t, double, double, const double *, double *);                                           \
+    void gamma_fractions(uint64_t, double, const double *, double *);                                                  \
     }
 
 SARVO_DECLARE_LEVEL(ref)

@@ -52,6 +52,8 @@ constexpr Kernels table = {
     .gamma_trials = gamma_trials,
     .pack_scaled = pack_scaled,
     .fractions = fractions,
+    .beta_fractions = beta_fractions,
+    .gamma_fractions = gamma_fractions,
 };
 
 } // namespace sarvo::simd::SARVO_SIMD_LEVEL

@@ -117,8 +117,25 @@ TEST(Command, FullPrecisionReadsBackToTheSameBitsInBothMachineFormats) {
     EXPECT_EQ(test::bits(estimate), test::bits(number_behind(json.out, "estimate")));
     EXPECT_NEAR(estimate, 238.94212918, 1e-7); // certified
     EXPECT_EQ(command::parse_number(command::shortest(estimate)), estimate);
-    EXPECT_NE(csv.out.find("\nconverged,1,,\n"), std::string::npos);
+    EXPECT_NE(csv.out.find("\nconverged,1,,,\n"), std::string::npos);
     EXPECT_NE(csv.out.find("\ncorrelation b2 b1,-0.99"), std::string::npos) << csv.out;
+}
+
+TEST(Command, PValuesAreThoseOfStudentsDistributionOrOfTheNormalOneWithKnownVariances) {
+    // A line through five points; p by the closed form of the
+    // distribution with 3 degrees of freedom, 1 - 2/pi (theta + sin theta cos theta), tan theta = t / sqrt 3.
+    const std::string data = "x,y\n1,1.2\n2,1.9\n3,3.2\n4,3.8\n5,5.1\n",
+                      arguments = "fit 'y ~ a + b*x' - --start a=1,b=1 --format json";
+    const Answer student = sarvo(arguments, data);
+    const double t = number_behind(student.out, "t"), theta = std::atan(std::fabs(t) / std::sqrt(3.0));
+    const double expected = 1.0 - 2.0 / M_PI * (theta + std::sin(theta) * std::cos(theta));
+    EXPECT_GT(expected, 0.1); // of a, which is nearly 0
+    EXPECT_NEAR(number_behind(student.out, "p"), expected, 1e-14);
+    const Answer normal = sarvo(arguments + " --weights x --known-variances", data);
+    const double z = number_behind(normal.out, "t");
+    EXPECT_NEAR(number_behind(normal.out, "p"), std::erfc(std::fabs(z) / std::sqrt(2.0)), 1e-14);
+    const Answer table = sarvo("fit 'y ~ a + b*x' - --start a=1,b=1", data);
+    EXPECT_NE(table.out.find("t         p\n"), std::string::npos) << table.out;
 }
 
 TEST(Command, VerbosePrintsALineForEachIteration) {

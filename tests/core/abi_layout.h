@@ -6,7 +6,9 @@
 
 #include <sarvo/lsq.h>
 #include <sarvo/mh.h>
+#include <sarvo/rnd.h>
 #include <sarvo/rng.h>
+#include <sarvo/specfunc.h>
 
 #define SIZE(record, bytes) static_assert(sizeof(record) == (bytes), #record)
 #define FIELD(record, field, offset) static_assert(offsetof(record, field) == (offset), #record "." #field)
@@ -188,5 +190,11 @@ FIELD(sarvo_mh_iter_t, reserved_2, 104);
 FIELD(sarvo_mh_iter_t, info, 112);
 FIELD(sarvo_mh_iter_t, stop_crit, 120);
 FIELD(sarvo_mh_iter_t, init_res, 128);
+
+SIZE(sarvo_cheb_series, 32);
+FIELD(sarvo_cheb_series, c, 0);
+FIELD(sarvo_cheb_series, order, 8);
+FIELD(sarvo_cheb_series, a, 16);
+FIELD(sarvo_cheb_series, b, 24);
 
 #endif

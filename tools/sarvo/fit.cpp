@@ -5,6 +5,8 @@
 #include <limits>
 #include <span>
 
+#include <sarvo/rnd.h>
+
 #include "elementary.h"
 #include "formula/parser.h"
 #include "library.h"
@@ -269,6 +271,23 @@ void add_statistics(const Problem &problem, FitResult &result) {
     if (total > 0.0) result.r_squared = 1.0 - result.chi_square / total;
 }
 
+// P(|T| >= |t|), the far tail with its own digits: twice Student's lower tail at -|t|, which is formed directly; the normal
+// tail as that of chi square with one degree of freedom at t^2.
+double two_sided_p(double t, long degrees_of_freedom, bool normal) {
+    if (!std::isfinite(t)) return std::numeric_limits<double>::quiet_NaN();
+    if (!normal) return 2.0 * sarvo_rnd_studentdf(static_cast<double>(degrees_of_freedom), -std::fabs(t));
+    const double x = 0.5 * t * t;
+    return x < 1.5 ? 1.0 - sarvo_rnd_gammadf_value(0.5, x) : sarvo_rnd_gammadf_fraction(0.5, x);
+}
+
+void add_significance(bool normal, FitResult &result) {
+    for (size_t p = 0; p < result.estimates.size(); p++) {
+        const double t = result.estimates[p] / result.standard_errors[p];
+        result.t_values.push_back(t);
+        result.p_values.push_back(two_sided_p(t, result.degrees_of_freedom, normal));
+    }
+}
+
 } // namespace
 
 FitResult fit(const Table &table, const FitOptions &options,
@@ -306,6 +325,7 @@ FitResult fit(const Table &table, const FitOptions &options,
                             : result.residual_sd    ? *result.residual_sd * *result.residual_sd
                                                     : std::numeric_limits<double>::quiet_NaN();
     add_covariance(problem, variance, result);
+    add_significance(options.known_variances, result);
     if (!options.known_variances && !result.residual_sd && result.warning.empty())
         result.warning = "as many parameters as rows: there are no standard errors";
     return result;

@@ -31,6 +31,9 @@ struct FitIteration {
 struct FitResult {
     std::vector<std::string> names;
     std::vector<double> estimates, standard_errors; // errors NaN when they cannot be had
+    std::vector<double> t_values;                   // estimate / standard error
+    std::vector<double>
+        p_values; // two-sided, of a parameter that is 0: Student's distribution; normal with known variances
     std::vector<std::vector<double>> correlation;
     double chi_square = 0;
     std::optional<double> residual_sd; // none without degrees of freedom

@@ -20,8 +20,6 @@ std::string fixed(double x) { // of a correlation
            digits;
 }
 
-double t_value(const FitResult &r, size_t p) { return r.estimates[p] / r.standard_errors[p]; }
-
 } // namespace
 
 std::string fit_table(const FitResult &r, const FitOptions &options, int digits) {
@@ -29,10 +27,10 @@ std::string fit_table(const FitResult &r, const FitOptions &options, int digits)
     text += " after " + std::to_string(r.iterations) + (r.iterations == 1 ? " iteration: " : " iterations: ") +
             r.reason + ".\n\n";
 
-    std::vector<std::vector<std::string>> rows = {{"parameter", "estimate", "standard error", "t"}};
+    std::vector<std::vector<std::string>> rows = {{"parameter", "estimate", "standard error", "t", "p"}};
     for (size_t p = 0; p < r.names.size(); p++)
-        rows.push_back(
-            {r.names[p], shown(r.estimates[p], digits), shown(r.standard_errors[p], digits), shown(t_value(r, p), 4)});
+        rows.push_back({r.names[p], shown(r.estimates[p], digits), shown(r.standard_errors[p], digits),
+                        shown(r.t_values[p], 4), shown(r.p_values[p], 3)});
     text += aligned(rows) + "\n";
 
     const auto line = [&](const std::string &name, const std::string &value) { rows.push_back({name, value}); };
@@ -58,11 +56,11 @@ std::string fit_table(const FitResult &r, const FitOptions &options, int digits)
 }
 
 std::string fit_csv(const FitResult &r) {
-    std::string text = "item,value,standard_error,t\n";
+    std::string text = "item,value,standard_error,t,p\n";
     for (size_t p = 0; p < r.names.size(); p++)
         text += csv_cell(r.names[p]) + "," + csv_number(r.estimates[p]) + "," + csv_number(r.standard_errors[p]) + "," +
-                csv_number(t_value(r, p)) + "\n";
-    const auto line = [&](const std::string &name, const std::string &value) { text += name + "," + value + ",,\n"; };
+                csv_number(r.t_values[p]) + "," + csv_number(r.p_values[p]) + "\n";
+    const auto line = [&](const std::string &name, const std::string &value) { text += name + "," + value + ",,,\n"; };
     line("chi_square", csv_number(r.chi_square));
     line("residual_sd", r.residual_sd ? csv_number(*r.residual_sd) : "");
     line("degrees_of_freedom", std::to_string(r.degrees_of_freedom));
@@ -87,7 +85,7 @@ std::string fit_json(const FitResult &r) {
         text += std::string(p ? "," : "") + "\n    {\"name\": " + json_string(r.names[p]) +
                 ", \"estimate\": " + json_number(r.estimates[p]) +
                 ", \"standard_error\": " + json_number(r.standard_errors[p]) +
-                ", \"t\": " + json_number(t_value(r, p)) + "}";
+                ", \"t\": " + json_number(r.t_values[p]) + ", \"p\": " + json_number(r.p_values[p]) + "}";
     text += "\n  ],\n  \"chi_square\": " + json_number(r.chi_square);
     text += ",\n  \"residual_sd\": " + json_number(r.residual_sd);
     text += ",\n  \"degrees_of_freedom\": " + std::to_string(r.degrees_of_freedom);
