@@ -19,7 +19,9 @@ namespace {
 const char *const footer =
     "FORMULA is 'left ~ right': the left side an expression of columns, the right one of columns and parameters, with\n"
     "+ - * / ^ (or **), parentheses, exp log log2 log10 log1p expm1 sqrt cbrt sin cos tan asin acos atan sinh cosh\n"
-    "tanh erf erfc abs, pow min max atan2 of two arguments, and the constants pi and e. Columns go by the names in "
+    "tanh erf erfc lngamma gamma psi psi1 abs, pow min max atan2 of two arguments, and the constants pi and e. Columns "
+    "go "
+    "by the names in "
     "the\n"
     "header (c1, c2, ... without one) or by number as $1, $2, ...\n"
     "\n"

@@ -11,6 +11,8 @@ namespace command {
 
 using Run = std::function<int()>; // returns the exit code; throws Failure
 
+Run add_dist(CLI::App &app);
+Run add_eval(CLI::App &app);
 Run add_fit(CLI::App &app);
 Run add_info(CLI::App &app);
 Run add_solve(CLI::App &app);

@@ -237,4 +237,12 @@ Model parse_model(const std::string &text, const Table &table, const std::vector
     return model;
 }
 
+Tape parse_expression(const std::string &text, const std::vector<std::string> &variables) {
+    const std::vector<std::string> none;
+    Table table;
+    table.names = variables;
+    table.columns.resize(variables.size());
+    return Parser(text, 0, text.size(), table, none).parse();
+}
+
 } // namespace command::formula

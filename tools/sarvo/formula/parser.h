@@ -24,4 +24,7 @@ struct Model {
 // Parses "left ~ right". Throws usage_error with a caret under the place, and the nearest name for an unknown one.
 Model parse_model(const std::string &text, const Table &table, const std::vector<std::string> &parameters);
 
+// Parses one expression of the named variables: the columns that evaluations give in that order. Throws as parse_model.
+Tape parse_expression(const std::string &text, const std::vector<std::string> &variables);
+
 } // namespace command::formula

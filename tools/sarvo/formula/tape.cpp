@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "elementary.h"
+#include "special_functions.h"
 
 namespace command::formula {
 namespace {
@@ -35,6 +36,10 @@ const Function function_table[] = {
     {"tanh", el::tanh, [](double, double v) { return (1.0 - v) * (1.0 + v); }},
     {"erf", el::erf, [](double x, double) { return two_over_root_pi * el::exp(-x * x); }},
     {"erfc", el::erfc, [](double x, double) { return -two_over_root_pi * el::exp(-x * x); }},
+    {"lngamma", special::lngamma, [](double x, double) { return special::psi(x); }},
+    {"gamma", special::gamma, [](double x, double v) { return v * special::psi(x); }},
+    {"psi", special::psi, [](double x, double) { return special::trigamma(x); }},
+    {"psi1", special::trigamma, [](double x, double) { return special::tetragamma(x); }},
     {"abs", [](double x) { return std::fabs(x); },
      [](double x, double) { return x < 0.0   ? -1.0
                                    : x > 0.0 ? 1.0
