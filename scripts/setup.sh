@@ -23,6 +23,6 @@ need_packages() {
 
 build_packages=(g++ cmake ninja-build libcli11-dev)
 test_packages=(libgtest-dev pkg-config binutils)
-bench_packages=(libopenblas-serial-dev liblapacke-dev libeigen3-dev libblis4-serial libfftw3-dev libboost-dev python3-numpy)
+bench_packages=(libopenblas-serial-dev liblapacke-dev libeigen3-dev libblis4-serial libfftw3-dev libsuitesparse-dev libboost-dev python3-numpy)
 
 jobs=$(nproc 2> /dev/null || echo 2)

@@ -58,7 +58,8 @@ SARKO_API sarko_error_t sarko_terminate(void);
 enum {
     SARKO_KIND_ERROR = 0,      /* an ordinary failure */
     SARKO_KIND_MEMORY = 1,     /* memory could not be had */
-    SARKO_KIND_MALFUNCTION = 2 /* an internal state that must not occur */
+    SARKO_KIND_MALFUNCTION = 2, /* an internal state that must not occur */
+    SARKO_KIND_WARNING = 3      /* something that the caller should know of; nothing failed */
 };
 
 /* Hands out the next code (1, 2, 3, ...), stores it in *code and binds `message` to it. The text is not copied: it must
@@ -128,8 +129,8 @@ SARKO_API void sarko_error_set_malfunction_handler(void (*handler)(sarko_error_t
 /* ---- Memory ----
  * All sizes in bytes. Errors of the allocating operations: kind SARKO_KIND_MEMORY, code 0,
  * "Cannot allocate %zu bytes." or, when a product of sizes overflows 64 bits, "Size of allocation overflows.". A null
- * address:
- * "Null pointer.". */
+ * address: "Null pointer.". Blocks of the system allocator from 1024 bytes on begin at a multiple of 64 bytes, except
+ * zero-filled ones above 4 MiB and resized ones. */
 
 /* Hooks that stand for the system allocator. `alloc` returns null on failure and zero-filled memory when `zeroed` is
  * not 0;

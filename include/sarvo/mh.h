@@ -1,4 +1,4 @@
-/* mh: dense matrix algebra on plain records: double matrices and vectors, integer vectors, permutations.
+/* mh: matrix algebra on plain records: double matrices and vectors, integer vectors, permutations, sparse matrices.
  *
  * Everything here works on records that the library allocates and the caller owns. An operation that makes an object
  * takes the address of the caller's pointer (`out`): a null pointer gets a fresh object, an object of the wrong size is
@@ -35,10 +35,13 @@
 #include <sarvo/mh/arithmetic.h>
 #include <sarvo/mh/fourier.h>
 #include <sarvo/mh/function.h>
+#include <sarvo/mh/iterative.h>
 #include <sarvo/mh/objects.h>
 #include <sarvo/mh/orthogonal.h>
 #include <sarvo/mh/permutation.h>
 #include <sarvo/mh/random.h>
 #include <sarvo/mh/solve.h>
+#include <sarvo/mh/sparse.h>
+#include <sarvo/mh/sparse_factor.h>
 
 #endif

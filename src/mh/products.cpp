@@ -34,23 +34,26 @@ sarko_error_t multiply(decltype(Kernels::product) kernel, uint64_t m, uint64_t n
     return 0;
 }
 
-// y = y + s(i) row i of A, i ascending; rows with s(i) exactly 0 are left out.
-template <class Factor> void add_rows(const MAT &A, double *y, Factor s) {
+// y = y + s(i) row i, i ascending; rows with s(i) exactly 0 are left out.
+void add_rows(uint64_t rows, uint64_t n, double *const *row, const double *s, double *y) {
     constexpr uint64_t batch = 64;
-    const double *rows[batch];
+    const double *kept[batch];
     double factors[batch];
-    uint64_t count = 0;
-    for (uint64_t i = 0; i < A.rows; i++) {
-        const double si = s(i);
-        if (si == 0.0) continue; // a NaN is not
-        rows[count] = A.row_ptrs[i];
-        factors[count++] = si;
-        if (count == batch) {
-            kernels().add_rows(count, A.cols, rows, factors, y);
-            count = 0;
+    for (uint64_t i = 0; i < rows;) {
+        const uint64_t run = kernels().first_zero(rows - i, s + i); // a NaN is not
+        if (run >= batch / 2 || run == rows - i) {
+            kernels().add_rows(run, n, row + i, s + i, y);
+            i += run;
+            continue;
         }
+        uint64_t count = 0;
+        for (; i < rows && count < batch; i++) {
+            if (s[i] == 0.0) continue;
+            kept[count] = row[i];
+            factors[count++] = s[i];
+        }
+        kernels().add_rows(count, n, kept, factors, y);
     }
-    kernels().add_rows(count, A.cols, rows, factors, y);
 }
 
 // The checks of u + alpha A w and u + alpha w' A, and out = u.
@@ -106,7 +109,7 @@ sarko_error_t sarvo_mh_vm_mlt(const MAT *A, const VEC *b, VEC **out) {
     if (sarko_error_t e = check_matrix_vector(A, b, true, out)) return e;
     if (sarko_error_t e = size_exactly(out, A->cols)) return e;
     sarvo_mh_v_zero(*out);
-    add_rows(*A, (*out)->elems, [b](uint64_t i) { return b->elems[i]; });
+    add_rows(A->rows, A->cols, A->row_ptrs, b->elems, (*out)->elems);
     return 0;
 }
 
@@ -127,7 +130,13 @@ sarko_error_t sarvo_mh_mv_mltadd(const VEC *u, const VEC *w, const MAT *A, doubl
 sarko_error_t sarvo_mh_vm_mltadd(const VEC *u, const VEC *w, const MAT *A, double alpha, VEC **out) {
     if (sarko_error_t e = copy_addend(u, w, A, true, out)) return e;
     if (alpha == 0.0) return 0;
-    add_rows(*A, (*out)->elems, [w, alpha](uint64_t j) { return w->elems[j] * alpha; });
+    constexpr uint64_t batch = 64;
+    double factors[batch];
+    for (uint64_t i = 0; i < A->rows; i += batch) {
+        const uint64_t count = smaller(batch, A->rows - i);
+        kernels().scale(count, alpha, w->elems + i, factors);
+        add_rows(count, A->cols, A->row_ptrs + i, factors, (*out)->elems);
+    }
     return 0;
 }
 

@@ -1,7 +1,8 @@
 // Eigenvalues and eigenvectors of symmetric matrices: implicit QR on the tridiagonal form.
 //
 // The rotations of the eigenvectors are held back, some sweeps at a time, and applied to the transposed matrix by one
-// kernel: each of its columns sees them in the order in which they were made.
+// kernel: each of its columns sees them in the order in which they were made. The kernel makes those of the next sweeps
+// meanwhile.
 #include <sarvo/mh/orthogonal.h>
 
 #include <string.h>
@@ -21,89 +22,92 @@ using sarvo::simd::kernels;
 namespace sarvo::mh {
 namespace {
 
-// Sweeps of rotations waiting for the rows of q.
-class Waiting {
-public:
-    Waiting(uint64_t n, const Strips &q) : n_(n), q_(q) {}
+// Sweeps of rotations that wait to be applied together.
+struct Batch {
+    static constexpr uint64_t most = 32;
+    uint64_t first[most], last[most], count = 0;
+    double *cs = nullptr; // c, s of rows j, j + 1 in sweep q at (q n + j) 2
 
-    [[nodiscard]] sarko_error_t allocate() {
-        return q_.p ? cs_.allocate_unset(product_of_counts(most, product_of_counts(2, n_))) : 0;
+    double *add(uint64_t n, uint64_t lo, uint64_t hi) {
+        first[count] = lo;
+        last[count] = hi;
+        return cs + 2 * n * count++;
     }
-    // Place for the rotations of rows first .. last: (c, s) of j, j + 1 at 2j. Null when there is nothing to rotate.
-    double *begin(uint64_t first, uint64_t last) {
-        if (!q_.p) return nullptr;
-        if (count_ == most) apply();
-        first_[count_] = first;
-        last_[count_] = last;
-        return cs_.get() + 2 * n_ * count_++;
-    }
-    void apply() {
-        for (uint64_t j = 0; count_ != 0 && j < n_; j += Strips::columns)
-            kernels().rotate_ranges(count_, first_, last_, q_.width(j), cs_.get(), 2 * n_, q_.strip(j), q_.width(j));
-        count_ = 0;
+};
+
+// Sets negligible off-diagonal elements to 0; false when there is none.
+bool split(uint64_t lo, uint64_t hi, const double *a, double *b) {
+    bool any = false;
+    for (uint64_t i = lo; i < hi; i++)
+        if (fabs(b[i]) < SarvoDblEps * (fabs(a[i]) + fabs(a[i + 1]))) {
+            b[i] = 0.0;
+            any = true;
+        }
+    return any;
+}
+
+// The QR iteration as a source of rotations that can be asked for at any time.
+class Iteration {
+public:
+    Iteration(uint64_t n, double *a, double *b) : n_(n), a_(a), b_(b) {}
+
+    bool spoiled() const { return spoiled_; }
+
+    // The sweep under way, or the next one, whose rotations go to `into`; null when that is full or all is done. Without
+    // a place for rotations `into` never fills.
+    simd::Chase *under_way(Batch &into) {
+        if (chase_.next < chase_.hi) return &chase_;
+        if (sweeping_) end_sweep();
+        if (spoiled_ || into.count == Batch::most || !find_block()) return nullptr;
+        begin_sweep(into.cs ? into.add(n_, lo_, hi_) : nullptr);
+        return &chase_;
     }
 
 private:
-    static constexpr uint64_t most = 32;
-    uint64_t n_;
-    const Strips &q_;
-    Buffer<double> cs_;
-    uint64_t first_[most], last_[most], count_ = 0;
+    // A block that is still whole is lo .. hi; else the first unreduced one from lo on is looked for.
+    bool find_block() {
+        if (whole_) return true;
+        for (; lo_ < n_; lo_ = hi_ + 1) {
+            hi_ = lo_;
+            while (hi_ + 1 < n_ && b_[hi_] != 0.0) hi_++;
+            if (hi_ > lo_) return true;
+        }
+        return false;
+    }
+
+    // Wilkinson's shift.
+    void begin_sweep(double *cs) {
+        const double d = (a_[hi_ - 1] - a_[hi_]) * 0.5, b2 = b_[hi_ - 1] * b_[hi_ - 1];
+        const double root = sqrt(d * d + b2);
+        const double mu = a_[hi_] - b2 / (d + (d >= 0.0 ? root : -root));
+        chase_ = {a_, b_, cs, lo_, hi_, lo_, a_[lo_] - mu, b_[lo_]};
+        sweeping_ = true;
+    }
+
+    // A NaN or infinity anywhere in the block makes the next sweep's rotations NaN from there on: it shows at the end of
+    // the block, which would never split off.
+    void end_sweep() {
+        whole_ = !split(lo_, hi_, a_, b_);
+        spoiled_ = !all_finite(a_ + hi_, 1) || !all_finite(b_ + hi_ - 1, 1);
+        sweeping_ = false;
+    }
+
+    uint64_t n_, lo_ = 0, hi_ = 0;
+    double *a_, *b_;
+    simd::Chase chase_ = {};
+    bool sweeping_ = false, whole_ = false, spoiled_ = false;
 };
 
-// Rows and columns i, i + 1 of the block are rotated: the three elements at (i, i), (i+1, i), (i+1, i+1).
-inline void rotate_pair(const Rotation &r, double s, double &a0, double &a1, double &b0) {
-    double c2 = r.c * r.c, s2 = 1.0 - c2;
-    if (!(fabs(r.c) < 1.414213562373095)) {
-        s2 = s * s;
-        c2 = 1.0 - s2;
-    }
-    const double cs = r.c * s, cross = 2.0 * cs * b0, difference = a0 - a1;
-    const double old0 = a0, old1 = a1;
-    a0 = c2 * old0 + s2 * old1 - cross;
-    a1 = s2 * old0 + c2 * old1 + cross;
-    b0 = cs * difference + (c2 - s2) * b0;
-}
-
-// One sweep with Wilkinson's shift through rows lo .. hi.
-void sweep(uint64_t lo, uint64_t hi, double *a, double *b, double *cs) {
-    const double d = (a[hi - 1] - a[hi]) * 0.5, b2 = b[hi - 1] * b[hi - 1];
-    const double root = sqrt(d * d + b2);
-    const double mu = a[hi] - b2 / (d + (d >= 0.0 ? root : -root));
-    double x = a[lo] - mu, z = b[lo];
-    for (uint64_t i = lo; i < hi; i++) {
-        const Rotation r = rotation(x, z);
-        const double s = -r.s;
-        if (i > lo) b[i - 1] = r.c * b[i - 1] - s * z;
-        rotate_pair(r, s, a[i], a[i + 1], b[i]);
-        z = 0.0;
-        if (i + 1 < hi) {
-            z = -s * b[i + 1];
-            b[i + 1] = r.c * b[i + 1];
-        }
-        if (cs) {
-            cs[2 * i] = r.c;
-            cs[2 * i + 1] = -s;
-        }
-        x = b[i];
-    }
-}
-
-enum class State { whole, split, spoiled };
-
-// Sets negligible off-diagonal elements to 0. A NaN or infinity would never split off.
-State split(uint64_t lo, uint64_t hi, const double *a, double *b) {
-    State state = State::whole;
-    double spoiled = 0.0; // x - x is 0 for finite x, else NaN
-    for (uint64_t i = lo; i < hi; i++) {
-        if (fabs(b[i]) < SarvoDblEps * (fabs(a[i]) + fabs(a[i + 1]))) {
-            b[i] = 0.0;
-            state = State::split;
-        }
-        spoiled += (a[i] - a[i]) + (b[i] - b[i]);
-    }
-    spoiled += a[hi] - a[hi];
-    return spoiled == 0.0 ? state : State::spoiled;
+// Applies the sweeps of one batch while rotations for the next are made.
+void apply(const Batch &batch, const Strips &q, Iteration &iteration, Batch &next) {
+    // One rotation every few steps of the kernel, so that they end together: a step applies four rotations to 32 columns.
+    const uint64_t every = larger(q.n / 256, 1);
+    constexpr uint64_t slice = 8; // sweeps applied while one is made
+    for (uint64_t j = 0; j < q.n; j += Strips::columns)
+        for (uint64_t k = 0; k < batch.count; k += slice)
+            kernels().rotate_ranges(smaller(slice, batch.count - k), batch.first + k, batch.last + k, q.width(j),
+                                    batch.cs + k * 2 * q.n, 2 * q.n, q.strip(j), q.width(j), iteration.under_way(next),
+                                    every);
 }
 
 } // namespace
@@ -124,24 +128,24 @@ void Strips::store(const View &matrix) const {
 }
 
 sarko_error_t diagonalise(uint64_t n, double *a, double *b, const Strips &q) {
-    Waiting waiting(n, q);
-    if (sarko_error_t e = waiting.allocate()) return e;
-    for (uint64_t lo = 0; lo < n;) {
-        uint64_t hi = lo;
-        while (hi + 1 < n && b[hi] != 0.0) hi++;
-        if (hi == lo) {
-            lo = hi + 1;
-            continue;
-        }
-        State state = State::whole;
-        while (state == State::whole) {
-            sweep(lo, hi, a, b, waiting.begin(lo, hi));
-            state = split(lo, hi, a, b);
-        }
-        if (state == State::spoiled) return fail(SarvoMHRangeEC);
+    const uint64_t room = product_of_counts(Batch::most, product_of_counts(2, n));
+    Buffer<double> rotations;
+    if (q.p)
+        if (sarko_error_t e = rotations.allocate_unset(product_of_counts(2, room))) return e;
+    Batch batches[2];
+    if (q.p) {
+        batches[0].cs = rotations.get();
+        batches[1].cs = rotations.get() + room;
     }
-    waiting.apply();
-    return 0;
+    Iteration iteration(n, a, b);
+    for (uint64_t k = 0;; k = 1 - k) {
+        Batch &batch = batches[k], &next = batches[1 - k];
+        while (simd::Chase *sweep = iteration.under_way(batch)) kernels().chase(sweep);
+        if (iteration.spoiled()) return fail(SarvoMHRangeEC);
+        if (batch.count == 0) return all_finite(a, n) ? 0 : fail(SarvoMHRangeEC);
+        next.count = 0;
+        apply(batch, q, iteration, next);
+    }
 }
 
 } // namespace sarvo::mh

@@ -74,7 +74,7 @@ void fill_polar(Mt19937 &s, double sigma, uint64_t n, double *out) {
     uint64_t done = 0;
     while (done < n) {
         const Window w = window(s, 2 * smaller(n - done, Mt19937::size));
-        simd::kernels().mt_uniforms(w.count, w.words, u);
+        simd::kernels().mt_uniforms(w.count, w.words, u, 0);
         const uint64_t trials = simd::kernels().first_zero(w.count, u) / 2;
         if (trials == 0) { // a zero, or the last word before the regeneration
             out[done++] = polar(source, sigma);
@@ -162,7 +162,7 @@ void rng_fill_uniform(sarvo_rng_t *rng, uint64_t n, double *out) {
     Mt19937 &s = state_of(*rng);
     for (uint64_t done = 0; done < n;) {
         const Window w = window(s, n - done);
-        simd::kernels().mt_uniforms(w.count, w.words, out + done);
+        simd::kernels().mt_uniforms(w.count, w.words, out + done, n - done - w.count);
         s.index += static_cast<int64_t>(w.count);
         done += w.count;
     }

@@ -61,6 +61,7 @@ void print_error(const Error *e, FILE *stream) {
     fprintf(stream, "error %u", e->code);
     if (e->kind == SARKO_KIND_MEMORY) fputs(" (memory)", stream);
     else if (e->kind == SARKO_KIND_MALFUNCTION) fputs(" (malfunction)", stream);
+    else if (e->kind == SARKO_KIND_WARNING) fputs(" (warning)", stream);
     else if (e->kind != SARKO_KIND_ERROR) fprintf(stream, " (kind %d)", e->kind);
     const uint64_t *c = e->context;
     if (c[0] | c[1] | c[2] | c[3])

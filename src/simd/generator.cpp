@@ -107,10 +107,14 @@ void mt_regenerate(uint64_t *words) {
     words[623] = twist(words[623], words[0], words[396]);
 }
 
-void mt_uniforms(uint64_t n, const uint64_t *words, double *out) {
+void mt_uniforms(uint64_t n, const uint64_t *words, double *out, uint64_t more) {
     typedef uint32_t Halves __attribute__((vector_size(sizeof(Vec)))); // two vectors of words tempered as one
+    constexpr uint64_t distance = 1024; // 8 KiB: stores that miss would wait for their lines, one after the other
+    const uint64_t fetched = more < distance ? 0 : n;
     uint64_t p = 0;
     for (; p + 2 * lanes <= n; p += 2 * lanes) {
+        if (p < fetched)
+            for (uint64_t i = 0; i < 2 * lanes; i += 8) __builtin_prefetch(out + p + distance + i, 1);
         const Words both = load_words(words + p) | load_words(words + p + lanes) << 32;
         const Words y = reinterpret_cast<Words>(temper(reinterpret_cast<Halves>(both)));
         store(out + p, fraction_of_2_32(y & 0xFFFFFFFF));

@@ -44,14 +44,15 @@
                           const double *, double *);                                                                   \
     void reflect_columns(uint64_t, uint64_t, uint64_t, const double *, uint64_t, const double *, double *, uint64_t);  \
     void rotate_ranges(uint64_t, const uint64_t *, const uint64_t *, uint64_t, const double *, uint64_t, double *,     \
-                       uint64_t);                                                                                      \
+                       uint64_t, Chase *, uint64_t);                                                                   \
+    void chase(Chase *);                                                                                               \
     void fourier(uint64_t, double *, double *, const double *, const double *);                                        \
     void convolve(uint64_t, uint64_t, const double *, const double *, int64_t, double *);                              \
     void rotate(uint64_t, double, double, double *, double *);                                                         \
     void rotate_sweeps(uint64_t, uint64_t, uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);          \
     void rotate_scaled_sweeps(uint64_t, uint64_t, uint64_t, uint64_t, const double *, uint64_t, double *, uint64_t);   \
     void mt_regenerate(uint64_t *);                                                                                    \
-    void mt_uniforms(uint64_t, const uint64_t *, double *);                                                            \
+    void mt_uniforms(uint64_t, const uint64_t *, double *, uint64_t);                                                  \
     uint64_t mt_ziggurat(uint64_t, const uint64_t *, double, const double *, const uint64_t *, double *, uint32_t *);  \
     void gamma_trials(uint64_t, uint64_t, const uint64_t *, double, const double *, const uint64_t *, GammaTrials *);  \
     uint64_t pack_scaled(uint64_t, uint64_t, double, const double *, double *);                                        \

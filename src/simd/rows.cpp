@@ -37,55 +37,39 @@ inline void add_part(uint64_t j, uint64_t width, const double *const *rows, cons
     store_part(y + j, yj, width);
 }
 
-// `count` rows added in one pass: y is read and written once.
-template <uint64_t count> void add_block(uint64_t n, const double *const *rows, const double *s, double *y) {
-    uint64_t j = 0;
-    for (; j + lanes <= n; j += lanes) {
-        Vec yj = load(y + j);
-        for (uint64_t i = 0; i < count; i++) yj += s[i] * load(rows[i] + j);
-        store(y + j, yj);
-    }
-    if (j < n) add_part<count>(j, n - j, rows, s, y);
-}
+// `count` rows and their factors, where stores to y cannot make the compiler load them anew.
+template <uint64_t count> struct Rows {
+    const double *row[count];
+    Vec factor[count];
 
-// Columns j .. of all rows, `vectors` vectors of them: y stays in registers.
-template <uint64_t vectors>
-void add_strip(uint64_t count, uint64_t j, const double *const *rows, const double *s, double *y) {
+    Rows(const double *const *rows, const double *s) {
+        for (uint64_t i = 0; i < count; i++) {
+            row[i] = rows[i];
+            factor[i] = broadcast(s[i]);
+        }
+    }
+};
+
+// The rows at columns j .. of `vectors` vectors.
+template <uint64_t vectors, uint64_t count> inline void add_columns(uint64_t j, const Rows<count> &rows, double *y) {
     Vec sum[vectors];
     for (uint64_t v = 0; v < vectors; v++) sum[v] = load(y + j + v * lanes);
     for (uint64_t i = 0; i < count; i++)
-        for (uint64_t v = 0; v < vectors; v++) sum[v] += s[i] * load(rows[i] + j + v * lanes);
+        for (uint64_t v = 0; v < vectors; v++) sum[v] += rows.factor[i] * load(rows.row[i] + j + v * lanes);
     for (uint64_t v = 0; v < vectors; v++) store(y + j + v * lanes, sum[v]);
 }
 
-// `width` < lanes columns of all rows.
-void add_narrow(uint64_t count, uint64_t j, uint64_t width, const double *const *rows, const double *s, double *y) {
-    if (width == 0) return;
-    Vec sum = load_part(y + j, width);
-    for (uint64_t i = 0; i < count; i++) sum += s[i] * load_part(rows[i] + j, width);
-    store_part(y + j, sum, width);
-}
-
-// All rows, strip by strip. Long strips begin where the first row meets a cache line, as all rows then do whose distance
-// is whole vectors.
-void add_strips(uint64_t count, uint64_t n, const double *const *rows, const double *s, double *y) {
-    constexpr uint64_t widest = lanes == 8 ? 8 : 4;
-    uint64_t j = n >= 2 * widest * lanes ? to_alignment(rows[0]) : 0;
-    add_narrow(count, 0, j, rows, s, y);
-    for (; j + widest * lanes <= n; j += widest * lanes) add_strip<widest>(count, j, rows, s, y);
-    if (j + 4 * lanes <= n) {
-        add_strip<4>(count, j, rows, s, y);
-        j += 4 * lanes;
+// `count` rows added in one pass: y is read and written once. Rows are read along, which is what caches fetch ahead.
+template <uint64_t count> void add_block(uint64_t n, const double *const *rows, const double *s, double *y) {
+    uint64_t j = 0;
+    if (n >= 8 * lanes) { // from where the first row meets a cache line, as others do at a distance of whole lines
+        j = to_alignment(rows[0]);
+        if (j != 0) add_part<count>(0, j, rows, s, y);
     }
-    if (j + 2 * lanes <= n) {
-        add_strip<2>(count, j, rows, s, y);
-        j += 2 * lanes;
-    }
-    if (j + lanes <= n) {
-        add_strip<1>(count, j, rows, s, y);
-        j += lanes;
-    }
-    add_narrow(count, j, n - j, rows, s, y);
+    const Rows<count> together(rows, s);
+    for (; j + 4 * lanes <= n; j += 4 * lanes) add_columns<4>(j, together, y);
+    for (; j + lanes <= n; j += lanes) add_columns<1>(j, together, y);
+    if (j < n) add_part<count>(j, n - j, rows, s, y);
 }
 
 // Largest sum of magnitudes of the columns of one strip.
@@ -137,15 +121,17 @@ void max_abs_rows(uint64_t rows, uint64_t n, const double *a, uint64_t lda, doub
 }
 
 void add_rows(uint64_t count, uint64_t n, const double *const *rows, const double *s, double *y) {
-    constexpr uint64_t long_row = 1024; // from there on rows are better read along
-    if (count >= 8 && n < long_row) return add_strips(count, n, rows, s, y);
     uint64_t i = 0;
     for (; i + 8 <= count; i += 8) add_block<8>(n, rows + i, s + i, y);
     if (i + 4 <= count) {
         add_block<4>(n, rows + i, s + i, y);
         i += 4;
     }
-    for (; i < count; i++) add_block<1>(n, rows + i, s + i, y);
+    if (i + 2 <= count) {
+        add_block<2>(n, rows + i, s + i, y);
+        i += 2;
+    }
+    if (i < count) add_block<1>(n, rows + i, s + i, y);
 }
 
 double max_row_sum(uint64_t rows, uint64_t n, const double *a, uint64_t lda) {

@@ -17,6 +17,15 @@ struct GammaTrials {
     uint64_t sure, odd; // one bit a trial
 };
 
+// One sweep of the implicit QR iteration on a symmetric tridiagonal matrix, under way: rotation j = next .. hi-1 is that of
+// (x, z), and turns rows and columns j, j + 1. x, z at the start: a(lo) - shift, b(lo).
+struct Chase {
+    double *a, *b; // diagonal, off-diagonal
+    double *cs;    // gets c, s of rotation j at 2j; may be null
+    uint64_t lo, hi, next;
+    double x, z;
+};
+
 struct Kernels {
     const char *level; // "ref" (the literal loops), "base" (any processor); on x86-64 also "v2", "v3", "v4"
 
@@ -115,17 +124,20 @@ struct Kernels {
     // last-1 ascending, by c, s = cs[q ldcs + 2j], cs[q ldcs + 2j + 1]. n columns, leading dimension lda.
     void (*rotate_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
                           double *a, uint64_t lda);
-    // The same with rows of its own for each sweep, first[q] <= last[q]. n is a multiple of 8.
+    // The same with rows of its own for each sweep, first[q] <= last[q]. n is a multiple of 8. Meanwhile makes
+    // rotations of `beside` (may be null), whose arrays lie apart, one every `every` >= 1 steps: how many is left open.
     void (*rotate_ranges)(uint64_t sweeps, const uint64_t *first, const uint64_t *last, uint64_t n, const double *cs,
-                          uint64_t ldcs, double *a, uint64_t lda);
+                          uint64_t ldcs, double *a, uint64_t lda, Chase *beside, uint64_t every);
+    void (*chase)(Chase *sweep); // makes the rotations that are left of it
     // rotate_sweeps with rotations of rows that carry a scale apart: (x, y) becomes (x + t y, y - u x), t, u in place
     // of c, s.
     void (*rotate_scaled_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *tu,
                                  uint64_t ldtu, double *a, uint64_t lda);
 
     // ---- Random numbers: the words of an MT19937 state, each a 32-bit value in 64 bits; T is the tempering ----
-    void (*mt_regenerate)(uint64_t *words);                              // the next 624 words in place of these
-    void (*mt_uniforms)(uint64_t n, const uint64_t *words, double *out); // out(p) = T(words(p)) 2^-32
+    void (*mt_regenerate)(uint64_t *words); // the next 624 words in place of these
+    // out(p) = T(words(p)) 2^-32. The caller is about to fill `more` doubles behind them: their memory may be fetched.
+    void (*mt_uniforms)(uint64_t n, const uint64_t *words, double *out, uint64_t more);
     // The candidates of the ziggurat: k = T(words(p)), layer i = k & 127, j = k >> 8; out(p) = (s sigma) (j width(i)),
     // s = 1 if bit 7 of k is set, else -1. The positions with j >= inside(i) go to `outside` (room for n), ascending;
     // returns their number.

@@ -44,6 +44,7 @@ constexpr Kernels table = {
     .rotate = rotate,
     .rotate_sweeps = rotate_sweeps,
     .rotate_ranges = rotate_ranges,
+    .chase = chase,
     .rotate_scaled_sweeps = rotate_scaled_sweeps,
     .mt_regenerate = mt_regenerate,
     .mt_uniforms = mt_uniforms,

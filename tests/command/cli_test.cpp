@@ -1,42 +1,14 @@
 // The command as a process: exit codes, messages, the three formats, verbose output.
-#include <sys/wait.h>
-
 #include <array>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-#include <string>
 
+#include "command_support.h"
 #include "numbers.h"
 #include "test_support.h"
 
 namespace {
 
-struct Answer {
-    int exit_code;
-    std::string out, err;
-};
-
-std::string slurp(const std::string &path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-// Runs `sarvo ARGUMENTS` by the shell, with `input` as standard input.
-Answer sarvo(const std::string &arguments, const std::string &input = "") {
-    const std::string folder = testing::TempDir() + "sarvo_cli_" + std::to_string(getpid());
-    const std::string in = folder + ".in", out = folder + ".out", err = folder + ".err";
-    std::ofstream(in) << input;
-    const int status =
-        std::system((std::string(SARVO_COMMAND_PATH) + " " + arguments + " <" + in + " >" + out + " 2>" + err).c_str());
-    Answer answer{WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
-    for (const std::string &path : {in, out, err}) std::remove(path.c_str());
-    return answer;
-}
+using namespace test::cli;
 
 const std::string misra = std::string(SARVO_EXAMPLE_DATA) + "/misra1a.csv";
 const std::string fit_misra = "fit 'y ~ b1*(1-exp(-b2*x))' " + misra + " --start b1=500,b2=1e-4 ";

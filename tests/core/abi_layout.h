@@ -64,6 +64,29 @@ FIELD(PERM, size, 0);
 FIELD(PERM, max_size, 4);
 FIELD(PERM, elems, 8);
 
+SIZE(row_elt, 24);
+FIELD(row_elt, col, 0);
+FIELD(row_elt, nxt_row, 4);
+FIELD(row_elt, nxt_idx, 8);
+FIELD(row_elt, val, 16);
+
+SIZE(SPROW, 24);
+FIELD(SPROW, len, 0);
+FIELD(SPROW, maxlen, 4);
+FIELD(SPROW, diag, 8);
+FIELD(SPROW, elt, 16);
+
+SIZE(SPMAT, 48);
+FIELD(SPMAT, m, 0);
+FIELD(SPMAT, n, 4);
+FIELD(SPMAT, max_m, 8);
+FIELD(SPMAT, max_n, 12);
+FIELD(SPMAT, flag_col, 16);
+FIELD(SPMAT, flag_diag, 17);
+FIELD(SPMAT, row, 24);
+FIELD(SPMAT, start_row, 32);
+FIELD(SPMAT, start_idx, 40);
+
 SIZE(sarvo_nr_svd, 96);
 FIELD(sarvo_nr_svd, done, 0);
 FIELD(sarvo_nr_svd, m, 8);
@@ -152,5 +175,26 @@ FIELD(sarvo_cheb_series, c, 0);
 FIELD(sarvo_cheb_series, order, 8);
 FIELD(sarvo_cheb_series, a, 16);
 FIELD(sarvo_cheb_series, b, 24);
+
+SIZE(sarvo_mh_iter_t, 136);
+FIELD(sarvo_mh_iter_t, shared_x, 0);
+FIELD(sarvo_mh_iter_t, shared_b, 4);
+FIELD(sarvo_mh_iter_t, k, 8);
+FIELD(sarvo_mh_iter_t, limit, 12);
+FIELD(sarvo_mh_iter_t, steps, 16);
+FIELD(sarvo_mh_iter_t, eps, 24);
+FIELD(sarvo_mh_iter_t, x, 32);
+FIELD(sarvo_mh_iter_t, b, 40);
+FIELD(sarvo_mh_iter_t, Ax, 48);
+FIELD(sarvo_mh_iter_t, A_par, 56);
+FIELD(sarvo_mh_iter_t, ATx, 64);
+FIELD(sarvo_mh_iter_t, AT_par, 72);
+FIELD(sarvo_mh_iter_t, Bx, 80);
+FIELD(sarvo_mh_iter_t, B_par, 88);
+FIELD(sarvo_mh_iter_t, reserved_1, 96);
+FIELD(sarvo_mh_iter_t, reserved_2, 104);
+FIELD(sarvo_mh_iter_t, info, 112);
+FIELD(sarvo_mh_iter_t, stop_crit, 120);
+FIELD(sarvo_mh_iter_t, init_res, 128);
 
 #endif

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compiles and runs the code that the documents show: the program in the top comment of each public header, and the one in the
-# README, whose output must be the block that follows it there.
+# Compiles and runs the code that the documents show: the program in the top comment of each public header (those that are
+# part of a family may have none), and the one in the README, whose output must be the block that follows it there.
 # usage: documented_code.sh SOURCE_DIR LIBRARY_DIR CC [FLAGS...]
 set -euo pipefail
 source=$1 libraries=$2 cc=$3
@@ -15,11 +15,12 @@ build() { # build NAME: $work/NAME.c to $work/NAME
 flags=("$@")
 
 programs=0
-for header in "$source"/include/*/*.h; do
+for header in "$source"/include/*/*.h "$source"/include/*/*/*.h; do
   name=$(basename "$header" .h)
   # The top comment ends at the first "*/"; code is what is indented there.
   awk '/\*\//{exit} /^ \*     /{print substr($0, 8)} /^ \*$/{print ""}' "$header" > "$work/$name.c"
   if ! grep -q 'int main' "$work/$name.c"; then
+    case $header in "$source"/include/*/*/*.h) continue ;; esac # a part of a family, which shows its example in its own header
     grep -q . "$work/$name.c" || { echo "$header: no example in the top comment"; exit 1; }
     # A fragment: it stands in a function.
     { echo '#include <sarko/sarko.h>'; echo 'int main(void) {'; cat "$work/$name.c"; echo 'return 0; }'; } > "$work/$name.tmp"

@@ -181,6 +181,16 @@ TEST(Trieig, KnowsSmallCasesAndRefusesOthers) {
     expect_error(sarvo_mh_trieig(huge.p, huge_off.p, nullptr), SarvoMHRangeEC, {"Object out of range"});
     expect_error(sarvo_mh_trieig(tiny.p, tiny_off.p, nullptr), SarvoMHRangeEC, {"Object out of range"});
     expect_success(sarvo_mh_trieig(none.p, none.p, nullptr));
+    for (uint64_t i = 0; i < 12; i++) // squares that overflow anywhere: it ends, and no infinity is returned as success
+        for (const bool beside : {false, true}) {
+            Doubles d(12, 1.0), e(11, 0.5);
+            (beside ? e[i < 11 ? i : 10] : d[i]) = 1e170;
+            Vec diagonal(d), off(e);
+            const sarko_error_t outcome = sarvo_mh_trieig(diagonal.p, off.p, nullptr);
+            if (outcome) expect_error(outcome, SarvoMHRangeEC, {"Object out of range"});
+            else
+                for (const double x : diagonal.get()) EXPECT_TRUE(std::isfinite(x)) << i << beside;
+        }
 }
 
 TEST(Symmeig, ChecksInOrder) {

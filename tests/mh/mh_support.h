@@ -3,6 +3,8 @@
 
 #include <sarvo/mh.h>
 
+#include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include <functional>
@@ -104,6 +106,18 @@ inline Doubles values(uint64_t count, Random &random, Fill fill = Fill::plain) {
 inline void expect_bits(const Doubles &actual, const Doubles &expected, const std::string &what) {
     ASSERT_EQ(actual.size(), expected.size()) << what;
     expect_equal_bits(actual.data(), expected.data(), actual.size(), what);
+}
+
+// What `print` writes to a stream.
+inline std::string listing(const std::function<void(FILE *)> &print) {
+    char *text = nullptr;
+    size_t size = 0;
+    FILE *stream = open_memstream(&text, &size);
+    print(stream);
+    fclose(stream);
+    const std::string all(text, size);
+    free(text);
+    return all;
 }
 
 // Runs `check(level name)` at every level of kernels that this machine has.

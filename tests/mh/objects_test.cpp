@@ -127,17 +127,6 @@ TEST(Fills, WriteEveryElementAndAcceptNull) {
     sarvo_mh_px_ident(nullptr), sarvo_mh_px_free(nullptr), sarvo_mh_m_free(nullptr), sarvo_mh_v_free(nullptr);
 }
 
-std::string listing(const std::function<void(FILE *)> &print) {
-    char *text = nullptr;
-    size_t size = 0;
-    FILE *stream = open_memstream(&text, &size);
-    print(stream);
-    fclose(stream);
-    const std::string all(text, size);
-    free(text);
-    return all;
-}
-
 TEST(Listings, AreTheStatedCharacters) {
     const auto matrix = [](const MAT *A) { return listing([A](FILE *f) { sarvo_mh_m_foutput(f, " %g", A); }); };
     const auto vector = [](const VEC *v) { return listing([v](FILE *f) { sarvo_mh_v_foutput(f, " %g", v); }); };

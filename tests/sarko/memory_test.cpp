@@ -124,11 +124,36 @@ struct Log {
     std::string calls;
 };
 
+struct Restore { // the counting hooks of this program
+    sarko_mem_hooks hooks = test::memory::hooks();
+    ~Restore() { sarko_mem_set_hooks(&hooks); }
+};
+
+TEST(SystemAllocator, BlocksFromOneKilobyteOnBeginOnCacheLines) {
+    const Restore restore;
+    sarko_mem_set_hooks(nullptr);
+    for (const uint64_t bytes : {uint64_t{1024}, uint64_t{1025}, uint64_t{100000}, uint64_t{4} << 20}) {
+        void *blocks[2] = {};
+        test::expect_success(sarko_mem_malloc(bytes, &blocks[0]));
+        memset(blocks[0], 0x5A, bytes);
+        free(blocks[0]); // a dirty block to clear
+        test::expect_success(sarko_mem_malloc(bytes, &blocks[0]));
+        test::expect_success(sarko_mem_calloc(1, bytes, &blocks[1]));
+        EXPECT_TRUE(all_zero(blocks[1], bytes));
+        for (void *p : blocks) {
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 64, 0u) << bytes;
+            free(p); // the system takes back what the kernel library hands out
+        }
+    }
+    void *large = nullptr; // untouched pages of the system
+    test::expect_success(sarko_mem_calloc(5, 1 << 20, &large));
+    EXPECT_TRUE(all_zero(large, 5 << 20));
+    test::expect_success(sarko_mem_realloc(6 << 20, &large));
+    sarko_mem_free(large);
+}
+
 TEST(Hooks, ReceiveEveryCallWithTheirContext) {
-    struct Restore { // the counting hooks of this program
-        sarko_mem_hooks hooks = test::memory::hooks();
-        ~Restore() { sarko_mem_set_hooks(&hooks); }
-    } restore;
+    const Restore restore;
     Log log;
     sarko_mem_hooks hooks = {[](uint64_t bytes, int32_t zeroed, void *ctx) {
                                  static_cast<Log *>(ctx)->calls +=

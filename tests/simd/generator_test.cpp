@@ -51,7 +51,7 @@ TEST(GeneratorKernels, ConvertLikeTheLiteralLoops) {
                 }
                 std::vector<double> expected(2 * n + 2, -7.25), actual = expected;
                 const auto run = [&](const Kernels &k, std::vector<double> &out) {
-                    k.mt_uniforms(n, w.data() + 1, out.data() + 1);
+                    k.mt_uniforms(n, w.data() + 1, out.data() + 1, 0);
                     k.fractions(n, wide.data() + 1, out.data() + 1 + n);
                 };
                 run(*levels()[0], expected);

@@ -52,9 +52,20 @@ TEST(Sweeps, WithRowsOfTheirOwnHaveTheBitsOfTheLoops) {
             last[q] = wide ? rows - 1 - random.below(3) : first[q] + random.below(rows - first[q]);
         }
         const auto cs = values(sweeps * ldcs, random, false);
-        expect_same_bits(values(rows * lda, random, draw % 2 == 1), "rotate_ranges, draw " + std::to_string(draw),
-                         [&](const Kernels &k, double *p) {
-                             k.rotate_ranges(sweeps, first.data(), last.data(), n, cs.data(), ldcs, p, lda);
+        // A sweep of the QR iteration on a matrix of its own, made beside as far as it goes and then to its end.
+        const uint64_t order = 2 + random.below(30), lo = random.below(order - 1), every = 1 + random.below(3);
+        const uint64_t hi = lo + 1 + random.below(order - lo - 1);
+        expect_same_bits(values(rows * lda + 4 * order + 2, random, draw % 2 == 1),
+                         "rotate_ranges, draw " + std::to_string(draw), [&](const Kernels &k, double *p) {
+                             double *a = p + rows * lda, *b = a + order, *made = b + order, *xz = made + 2 * order;
+                             sarvo::simd::Chase chase = {a,           b,    draw % 3 ? made : nullptr, lo, hi, lo,
+                                                         a[lo] - 0.5, b[lo]};
+                             k.rotate_ranges(sweeps, first.data(), last.data(), n, cs.data(), ldcs, p, lda,
+                                             draw % 4 ? &chase : nullptr, every);
+                             k.chase(&chase);
+                             EXPECT_EQ(chase.next, hi);
+                             xz[0] = chase.x;
+                             xz[1] = chase.z;
                          });
     }
 }

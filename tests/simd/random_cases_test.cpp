@@ -175,8 +175,11 @@ const Case cases[] = {
              first[q] = s.random.below(s.random.below(2) ? 2 : rows);
              last[q] = first[q] + s.random.below(rows - first[q]);
          }
-         out = s.values(rows * n);
-         k.rotate_ranges(sweeps, first.data(), last.data(), n, cs.data(), 2 * rows, out.data(), n);
+         out = s.values(rows * n + 2 * rows);
+         double *a = out.data() + rows * n;
+         sarvo::simd::Chase chase = {a, a + rows, nullptr, 0, rows - 1, 0, a[0], a[rows]};
+         k.rotate_ranges(sweeps, first.data(), last.data(), n, cs.data(), 2 * rows, out.data(), n, &chase, 1);
+         k.chase(&chase);
      }},
     {"dot_rows_updated",
      [](const Kernels &k, Source &s, Doubles &out) {
@@ -241,7 +244,7 @@ const Case cases[] = {
          for (uint64_t &w : words) w = s.random.next();
          k.fractions(n, words.data(), out.data() + n);
          for (uint64_t &w : words) w &= 0xFFFFFFFF;
-         k.mt_uniforms(n, words.data(), out.data());
+         k.mt_uniforms(n, words.data(), out.data(), 0);
      }},
 };
 

@@ -25,12 +25,14 @@ struct Subcommand {
 
 constexpr Subcommand subcommands[] = {
     {"fit", "Fit a formula to data by non-linear least squares", add_fit},
+    {"solve", "Solve a sparse linear system or least-squares problem from Matrix Market files", add_solve},
     {"info", "Show the version, the processor level chosen, machine constants and build flags", add_info},
 };
 
 const char *const footer = "Examples:\n"
                            "  sarvo fit 'y ~ a + b*x' data.csv --start a=1,b=1\n"
                            "  sarvo fit 'y ~ b1*(1-exp(-b2*x))' data.csv --start b1=500,b2=1e-4 --format json\n"
+                           "  sarvo solve A.mtx b.mtx --method cg --history\n"
                            "  sarvo info\n"
                            "\n"
                            "sarvo SUBCOMMAND --help tells more.";

@@ -1,38 +1,13 @@
 // The three forms of a fit's result.
 #include "fit_report.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "numbers.h"
+#include "text.h"
 
 namespace command {
 namespace {
-
-size_t width(const std::string &text) { // characters, not bytes
-    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
-
-// Columns as wide as their widest cell; the first to the left, the others to the right.
-std::string aligned(const std::vector<std::vector<std::string>> &rows) {
-    std::vector<size_t> widths;
-    for (const auto &row : rows)
-        for (size_t c = 0; c < row.size(); c++) {
-            if (c == widths.size()) widths.push_back(0);
-            widths[c] = std::max(widths[c], width(row[c]));
-        }
-    std::string text;
-    for (const auto &row : rows) {
-        std::string line = " ";
-        for (size_t c = 0; c < row.size(); c++) {
-            const std::string padding(widths[c] - width(row[c]), ' ');
-            line += c == 0 ? " " + row[c] + padding : "  " + padding + row[c];
-        }
-        line.erase(line.find_last_not_of(' ') + 1);
-        text += line + "\n";
-    }
-    return text;
-}
 
 std::string shown(double x, int digits) { return std::isfinite(x) ? general(x, digits) : "-"; }
 
@@ -44,29 +19,6 @@ std::string fixed(double x) { // of a correlation
     return (negative ? "-" : "") + std::to_string(thousandths / 1000) + "." + std::string(3 - digits.size(), '0') +
            digits;
 }
-
-std::string json_number(double x) { return std::isfinite(x) ? shortest(x) : "null"; }
-std::string json_number(const std::optional<double> &x) { return x ? json_number(*x) : "null"; }
-
-std::string json_string(const std::string &text) {
-    static constexpr char hex[] = "0123456789abcdef";
-    std::string quoted = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') quoted += '\\';
-        if (static_cast<unsigned char>(c) < 0x20) quoted += std::string("\\u00") + hex[(c >> 4) & 15] + hex[c & 15];
-        else quoted += c;
-    }
-    return quoted + "\"";
-}
-
-std::string csv_cell(const std::string &text) {
-    if (text.find_first_of(",\"\n") == std::string::npos) return text;
-    std::string quoted = "\"";
-    for (const char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
-    return quoted + "\"";
-}
-
-std::string csv_number(double x) { return std::isfinite(x) ? shortest(x) : ""; }
 
 } // namespace
 
@@ -88,10 +40,7 @@ std::string fit_table(const FitResult &r, const FitOptions &options, int digits)
     line("degrees of freedom", std::to_string(r.degrees_of_freedom) + " (" + std::to_string(r.rows) + " rows)");
     line("R\u00B2", r.r_squared ? shown(*r.r_squared, digits) : "-");
     if (r.condition > 0.0) line("condition of the Jacobian", shown(r.condition, 3));
-    size_t name_width = 0;
-    for (const auto &row : rows) name_width = std::max(name_width, width(row[0]));
-    for (const auto &row : rows)
-        text += "  " + row[0] + std::string(name_width - width(row[0]) + 2, ' ') + row[1] + "\n";
+    text += listed(rows);
 
     if (r.names.size() > 1 && r.warning.empty()) {
         rows = {{"correlation"}};

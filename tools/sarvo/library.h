@@ -5,6 +5,7 @@
 #include <string>
 
 #include <sarvo/lsq.h>
+#include <sarvo/mh.h>
 
 #include "errors.h"
 
@@ -24,10 +25,18 @@ struct ObjectFree {
     void operator()(sarvo_vector *v) const { sarvo_vector_free(v); }
     void operator()(sarvo_matrix *m) const { sarvo_matrix_free(m); }
     void operator()(sarvo_nr_svd *s) const { sarvo_nr_svd_free(s); }
+    void operator()(VEC *v) const { sarvo_mh_v_free(v); }
+    void operator()(PERM *p) const { sarvo_mh_px_free(p); }
+    void operator()(SPMAT *A) const { sarvo_mh_sp_free(A); }
+    void operator()(sarvo_mh_iter_t *ip) const { sarvo_mh_iter_free(ip); }
 };
 using Vector = std::unique_ptr<sarvo_vector, ObjectFree>;
 using Matrix = std::unique_ptr<sarvo_matrix, ObjectFree>;
 using Svd = std::unique_ptr<sarvo_nr_svd, ObjectFree>;
+using DenseVector = std::unique_ptr<VEC, ObjectFree>;
+using Permutation = std::unique_ptr<PERM, ObjectFree>;
+using Sparse = std::unique_ptr<SPMAT, ObjectFree>;
+using IterativeRecord = std::unique_ptr<sarvo_mh_iter_t, ObjectFree>;
 
 inline Vector make_vector(uint64_t length) {
     sarvo_vector *v = nullptr;

@@ -13,5 +13,6 @@ using Run = std::function<int()>; // returns the exit code; throws Failure
 
 Run add_fit(CLI::App &app);
 Run add_info(CLI::App &app);
+Run add_solve(CLI::App &app);
 
 } // namespace command

@@ -83,7 +83,7 @@ SARVO_API sarko_error_t sarvo_mh_rot_cols(const MAT *M, uint64_t i, uint64_t k, 
  * destroyed. Implicit QR with Wilkinson's shift; each rotation of rows j, j+1 by (c, s) is applied to the columns of Q
  * as by sarvo_mh_rot_cols(Q, j, j+1, c, -s), when Q is not null: give it the identity, or the matrix of an earlier
  * reduction. An off-diagonal element below SarvoDblEps (|a[i]| + |a[i+1]|) becomes 0. There is no limit of iterations.
- * With Q about 6 n^3 operations; scratch n^2 doubles and some rows.
+ * With Q about 6 n^3 operations; scratch n^2 + 136 n doubles with Q, none without.
  * Errors, in order: a or b null: SarvoMHNullEC; a.dim differs from b.dim + 1 (both 0 is valid): SarvoMHSizesEC; Q.rows
  * differs from a.dim: SarvoMHSizesEC; Q not square: SarvoMHSquareEC; an infinity or NaN in a or b: SarvoMHRangeEC; the
  * allocator's; all as before then. Elements whose squares overflow or vanish (beyond 1e+-150 or so) can make the shift

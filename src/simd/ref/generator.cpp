@@ -25,7 +25,7 @@ void mt_regenerate(uint64_t *words) {
     words[623] = twist(words[623], words[0], words[396]);
 }
 
-void mt_uniforms(uint64_t n, const uint64_t *words, double *out) {
+void mt_uniforms(uint64_t n, const uint64_t *words, double *out, uint64_t) {
     for (uint64_t p = 0; p < n; p++) out[p] = static_cast<double>(temper(words[p])) * 0x1p-32;
 }
 
@@ -49,7 +49,7 @@ void gamma_trials(uint64_t n, uint64_t stride, const uint64_t *words, double c, 
     for (uint64_t t = 0; t < n; t++) {
         uint32_t outside;
         const uint64_t unsure = mt_ziggurat(1, words + t * stride, 1.0, width, inside, out->x + t, &outside);
-        mt_uniforms(1, words + t * stride + 1, out->u + t);
+        mt_uniforms(1, words + t * stride + 1, out->u + t, 0);
         const double x = out->x[t], u = out->u[t];
         const double v = 1.0 + c * x;
         out->V[t] = v * v * v;

@@ -1,12 +1,9 @@
 // Reading of tables: lines to cells, cells to numbers, every fault named by file, line and column.
-#include <cerrno>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
 #include <set>
 
-#include "errors.h"
 #include "numbers.h"
+#include "source.h"
 #include "table.h"
 
 namespace command {
@@ -23,8 +20,7 @@ struct Line {
 };
 
 Failure fault(const std::string &source, const Line &line, size_t position, const std::string &what) {
-    return input_error(source + ":" + std::to_string(line.number) + ":" + std::to_string(position + 1) + ": " + what +
-                       "\n" + with_caret(line.text, position));
+    return fault_at(source, line.number, line.text, position, what);
 }
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
@@ -138,20 +134,6 @@ void add_row(Table &table, const Line &line, const std::vector<Cell> &cells) {
     table.lines.push_back(line.number);
 }
 
-std::string slurp(const std::string &path) {
-    const bool standard_input = path == "-";
-    FILE *file = standard_input ? stdin : std::fopen(path.c_str(), "rb");
-    if (!file) throw input_error(path + ": cannot be opened: " + std::strerror(errno));
-    std::string text;
-    char block[1 << 16];
-    for (size_t count; (count = std::fread(block, 1, sizeof block, file)) > 0;) text.append(block, count);
-    const bool failed = std::ferror(file) != 0;
-    const int reason = errno;
-    if (!standard_input) std::fclose(file);
-    if (failed) throw input_error(path + ": cannot be read: " + std::strerror(reason));
-    return text;
-}
-
 } // namespace
 
 std::optional<size_t> Table::find(std::string_view name) const {
@@ -184,6 +166,6 @@ Table parse_table(const std::string &text, const std::string &source) {
     return table;
 }
 
-Table read_table(const std::string &path) { return parse_table(slurp(path), path == "-" ? "standard input" : path); }
+Table read_table(const std::string &path) { return parse_table(read_text(path), source_name(path)); }
 
 } // namespace command

@@ -1,0 +1,46 @@
+// Solving sparse linear systems and least squares: the choice of the method, and what a careful reader asks of a result.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "data/market.h"
+
+namespace command {
+
+struct SolveOptions {
+    std::string method = "auto";  // auto chol lu cg minres gmres bicgstab lsqr
+    std::string precond = "auto"; // auto none jacobi ich ilu
+    std::string order = "auto";   // auto natural rcm amd
+    double tolerance = 1e-10;     // of the residual norm, relative to that of x = 0
+    uint32_t max_steps = 0;       // 0: twice the unknowns, at least 1000
+    uint32_t restart = 30;        // of gmres
+    double threshold = 0.1;       // of the pivots of lu
+};
+
+struct SolveResult {
+    int64_t rows = 0, cols = 0, entries = 0;
+    std::string method, choice, order, precond; // choice: why this method; order and precond may be empty
+    bool converged = false;
+    std::string reason;
+    std::vector<double> x;
+    std::vector<double> history;     // residual norms of an iterative method, that of the start first
+    uint32_t steps = 0;              // of an iterative method; of the refinement otherwise
+    int64_t factor_entries = 0;      // of a direct method
+    double residual = 0.0;           // largest |b - A x|
+    double backward_error = 0.0;     // residual / (|A| |x| + |b|), infinity norms
+    std::optional<double> gradient;  // of least squares: |A' (b - A x)| / |A' b|
+    std::optional<double> condition; // of a direct method: estimate in the 1-norm
+    std::optional<double> error;     // largest |x - 1| when b was made so that all x are 1
+    double seconds = 0.0;
+};
+
+// b without a value: A times the vector of ones. `step` is called after each step of an iterative method with its number
+// and residual norm. Throws Failure when the system cannot be solved at all; an iteration that ends early is a result.
+SolveResult solve_system(const MarketMatrix &A, const std::optional<std::vector<double>> &b,
+                         const SolveOptions &options, const std::function<void(uint32_t, double)> &step);
+
+} // namespace command
