@@ -69,7 +69,8 @@ template <bool with_error> inline Estimate asymptotic(double x) {
     return {value, c.error + magnitude(x) * pi * SarvoDblEps / (s * s) + magnitude(value) * SarvoDblEps};
 }
 
-// psi(x) = psi(x + shift) - 1/x - ... - 1/(x + shift - 1), 1 <= x + shift < 2: the series, then the terms in this order.
+// psi(x) = psi(x + shift) - 1/x - ... - 1/(x + shift - 1), 1 <= x + shift < 2: the series, then the terms in this
+// order.
 template <bool with_error, int shift> inline Estimate shifted(double x) {
     Estimate r = chebyshev<with_error>(series_1_2, 2.0 * (x + (shift - 1)) - 1.0);
     for (int k = 0; k < shift; k++) {
