@@ -12,17 +12,18 @@
  * initialised. Shapes and degrees of freedom are finite and above 0.
  *
  * Method: ln Gamma by sarvo_lngamma_stirling, Gauss's continued fraction for the incomplete beta function, series and
- * continued fraction for the incomplete gamma function, each until a convergent (partial sum) repeats; some sqrt(shape) to 10
- * sqrt(shape) steps. Accuracy, both tails: docs/accuracy.md. A probability that is formed as 1 minus the other
- * tail is good to 2^-53 absolutely, not relatively. exp and log are the platform's; everything else is fixed, operation by
- * operation.
+ * continued fraction for the incomplete gamma function, each until a convergent (partial sum) repeats; some sqrt(shape)
+ * to 10 sqrt(shape) steps. Accuracy, both tails: docs/accuracy.md. A probability that is formed as 1 minus the other
+ * tail is good to 2^-53 absolutely, not relatively. exp and log are the platform's; everything else is fixed, operation
+ * by operation.
  *
  * The inverses return the last midpoint of a plain bisection on the computed function, bit for bit, but evaluate it at
  * some ten of its midpoints only: far from the root a bound on the function's error decides.
  *
- * What does not end in the plain loops ends here: NaN arguments, and infinite ones in the series' place, give NaN; where the
- * fraction for the beta function flickers between neighbours (a shape below 1, x or 1 - x below 1e-9 or so) it stops after
- * 100000 steps when its last change is within 2^-52 relatively. Shapes above 10^12 take more than 10^6 steps, without a cap.
+ * What does not end in the plain loops ends here: NaN arguments, and infinite ones in the series' place, give NaN;
+ * where the fraction for the beta function flickers between neighbours (a shape below 1, x or 1 - x below 1e-9 or so)
+ * it stops after 100000 steps when its last change is within 2^-52 relatively. Shapes above 10^12 take more than 10^6
+ * steps, without a cap.
  *
  * Threads: everything is pure.
  */
@@ -42,7 +43,8 @@ SARVO_API double sarvo_rnd_gauss_df(double x, double sigma);
 
 /* x^a (1-x)^b / (a B(a,b)) times the continued fraction: I_x(a, b), for 0 < x < (a+1)/(a+b+2). */
 SARVO_API double sarvo_rnd_betadf_fraction(double a, double b, double x);
-/* P(X <= x): 0 for x <= 0, 1 for x >= 1; the fraction at (a, b, x) below (1+a)/(a+b+2), else 1 minus that at (b, a, 1-x). */
+/* P(X <= x): 0 for x <= 0, 1 for x >= 1; the fraction at (a, b, x) below (1+a)/(a+b+2), else 1 minus that at (b, a,
+ * 1-x). */
 SARVO_API double sarvo_rnd_betadf_value(double a, double b, double x);
 /* x with I_x(a, b) = p: 0 and 1 for p = 0 and 1; -1 for p outside [0, 1]. */
 SARVO_API double sarvo_rnd_betadf_inv(double a, double b, double p);
@@ -51,7 +53,8 @@ SARVO_API double sarvo_rnd_betadf_inv(double a, double b, double p);
 
 /* P(F <= x) = 1 - I_w(d2/2, d1/2), w = d2 / (d1 x + d2); -1 for x < 0. Small probabilities lose digits: 1 minus. */
 SARVO_API double sarvo_rnd_fdf(double d1, double d2, double x);
-/* x = d2 w / d1 / (1 - w) with I_w(d1/2, d2/2) = p: 0 and +infinity for p = 0 and 1; -d2 / (2 d1) for p outside [0, 1]. */
+/* x = d2 w / d1 / (1 - w) with I_w(d1/2, d2/2) = p: 0 and +infinity for p = 0 and 1; -d2 / (2 d1) for p outside [0, 1].
+ */
 SARVO_API double sarvo_rnd_fdf_inv(double d1, double d2, double p);
 
 /* ---- Student, nu degrees of freedom ---- */
@@ -59,8 +62,8 @@ SARVO_API double sarvo_rnd_fdf_inv(double d1, double d2, double p);
 /* P(T <= t): 0.5 at t = 0; -1 for nu < 0. From I_w(nu/2, 1/2) / 2, w = nu / (t^2 + nu). */
 SARVO_API double sarvo_rnd_studentdf(double nu, double t);
 /* Not the inverse of sarvo_rnd_studentdf: the t with P(|T| <= |t|) = |p|, negative for p < 0.5. So the two-sided
- * quantile: sarvo_rnd_studentdf_inv(nu, 0.975) is the t with sarvo_rnd_studentdf(nu, t) = 0.9875. 0 at p = 0.5; -0.0 at p =
- * 0; +infinity at p = 1, -infinity at p = -1; NaN for |p| > 1. */
+ * quantile: sarvo_rnd_studentdf_inv(nu, 0.975) is the t with sarvo_rnd_studentdf(nu, t) = 0.9875. 0 at p = 0.5; -0.0 at
+ * p = 0; +infinity at p = 1, -infinity at p = -1; NaN for |p| > 1. */
 SARVO_API double sarvo_rnd_studentdf_inv(double nu, double p);
 
 /* ---- Gamma, shape a; chi-square with k degrees of freedom is twice the gamma of shape k/2 ---- */
@@ -71,8 +74,9 @@ SARVO_API double sarvo_rnd_gammadf_series(double a, double x);
 SARVO_API double sarvo_rnd_gammadf_fraction(double a, double x);
 /* P(a, x): 0 for x <= 0; the series below a + 1, else 1 - Q(a, x). */
 SARVO_API double sarvo_rnd_gammadf_value(double a, double x);
-/* x with P(a, x) = p: by bisection between n - 1 and n, the first n = 1, 2, ... with P(a, n) >= p. 0 for p <= 0. p = 1 gives an
- * x from which on P rounds to 1; +infinity for p > 1, where the search has no end, and where no n up to 2^53 is enough. */
+/* x with P(a, x) = p: by bisection between n - 1 and n, the first n = 1, 2, ... with P(a, n) >= p. 0 for p <= 0. p = 1
+ * gives an x from which on P rounds to 1; +infinity for p > 1, where the search has no end, and where no n up to 2^53
+ * is enough. */
 SARVO_API double sarvo_rnd_gammadf_inv(double a, double p);
 SARVO_API double sarvo_rnd_chi2df(double k, double x);     /* sarvo_rnd_gammadf_value(k/2, x/2) */
 SARVO_API double sarvo_rnd_chi2df_inv(double k, double p); /* 2 sarvo_rnd_gammadf_inv(k/2, p) */

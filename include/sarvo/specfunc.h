@@ -1,9 +1,9 @@
-/* specfunc: gamma function and its logarithm, factorials, digamma, polygamma, Hurwitz zeta, each with an error estimate.
+/* specfunc: gamma function, its logarithm, factorials, digamma, polygamma and Hurwitz zeta, with error estimates.
  *
  * Results come back through pointers: the value, which must not be null, and an estimate of its absolute error, which
  * may be null (it is not stored then). The estimate accounts for the rounding of the formula's own terms, not for a
- * rounded argument. Where a sign is reported (+1.0 or -1.0) its pointer may be null, too. eps below is SarvoDblEps; call
- * sarvo_initialize first. After an error nothing is written unless stated. NaN gives NaN and success.
+ * rounded argument. Where a sign is reported (+1.0 or -1.0) its pointer may be null, too. eps below is SarvoDblEps;
+ * call sarvo_initialize first. After an error nothing is written unless stated. NaN gives NaN and success.
  *
  *     #include <sarvo/specfunc.h>
  *     int main(void) {
@@ -18,9 +18,9 @@
  *         return e != 0;
  *     }
  *
- * Accuracy, by function and branch: docs/accuracy.md, with the command that measures it. Bits: exp, log, pow and sin are
- * the platform's, and with them all results but those at table arguments; everything else is fixed, operation by operation.
- * Threads: everything is pure.
+ * Accuracy, by function and branch: docs/accuracy.md, with the command that measures it. Bits: exp, log, pow and sin
+ * are the platform's, and with them all results but those at table arguments; everything else is fixed, operation by
+ * operation. Threads: everything is pure.
  */
 #ifndef SARVO_SPECFUNC_H
 #define SARVO_SPECFUNC_H
@@ -65,14 +65,14 @@ SARVO_API sarko_error_t sarvo_lnfact_f(uint32_t n, double *value, double *error)
  * s = 0: SarvoDomainEC; near an integer below -2147483646: SarvoRoundEC; x a negative integer: SarvoDomainEC. */
 SARVO_API sarko_error_t sarvo_lngamma_f(double *value, double *error, double *sign, double x);
 
-/* ln |Gamma(x)| as a plain function: where sarvo_lngamma_f fails, the error goes to sarko_error_stdhandler on the standard
- * error stream and the program ends by abort(). */
+/* ln |Gamma(x)| as a plain function: where sarvo_lngamma_f fails, the error goes to sarko_error_stdhandler on the
+ * standard error stream and the program ends by abort(). */
 SARVO_API double sarvo_lngamma(double x);
 
 /* Gamma(x). x >= 0.5: gamma_xgthalf. Below: 1 / (sin(pi x)/pi Gamma(1 - x)) for x > -169, by logarithms further down.
  * Arguments so close to 0 that the result overflows give an infinity and success.
- * Errors: x > 171 SarvoOverflowEC; x = 0, -1, -2, ... (every x <= -2^52) SarvoDomainEC; results below SarvoDblXmin (about):
- * SarvoUnderflowEC, those of sarvo_lngamma_f and sarvo_exp_mult_err_e below -169. */
+ * Errors: x > 171 SarvoOverflowEC; x = 0, -1, -2, ... (every x <= -2^52) SarvoDomainEC; results below SarvoDblXmin
+ * (about): SarvoUnderflowEC, those of sarvo_lngamma_f and sarvo_exp_mult_err_e below -169. */
 SARVO_API sarko_error_t sarvo_gamma_f(double *value, double *error, double x);
 
 /* ln Gamma(x), x > 0, by Stirling's series after a shift to x >= 7; exactly 0 at 1 and 2; x < 0 gives NaN. Absolute
@@ -92,8 +92,8 @@ SARVO_API void lngamma_lanczos(double *value, double *error, double x);
 SARVO_API void lngamma_sgn_0(double *value, double *error, double *sign, double x);
 /* ln |Gamma(-N + e)| and its sign, |e| < 0.02. Errors: e = 0 or N < 0 SarvoDomainEC. */
 SARVO_API sarko_error_t lngamma_sgn_sing(int32_t N, double e, double *value, double *error, double *sign);
-/* Gamma(x), x >= 0.5: the rounded factorial at integers up to 171, series about 1 and 2, exp of Lanczos' form below 5, of a
- * Chebyshev series below 10, Stirling's form below 171. Errors: x > 171 SarvoOverflowEC. */
+/* Gamma(x), x >= 0.5: the rounded factorial at integers up to 171, series about 1 and 2, exp of Lanczos' form below 5,
+ * of a Chebyshev series below 10, Stirling's form below 171. Errors: x > 171 SarvoOverflowEC. */
 SARVO_API sarko_error_t gamma_xgthalf(double *value, double *error, double x);
 
 /* ---- Digamma, trigamma, polygamma, Hurwitz zeta ---- */
@@ -103,12 +103,12 @@ SARVO_API sarko_error_t sarvo_psi_int_e(int32_t n, double *value, double *error)
 SARVO_API sarko_error_t sarvo_psi1_int_e(int32_t n, double *value, double *error);
 
 /* psi(x), the derivative of ln |Gamma|: Chebyshev series on [1, 2] with shifts for |x| < 2, the asymptotic form with
- * reflection beyond. Errors: x = 0, -1, -2 SarvoDomainEC. At -3, -4, ... the formula stands as it is: pi x is no multiple
- * of pi, so the result is finite, huge and of no meaning. */
+ * reflection beyond. Errors: x = 0, -1, -2 SarvoDomainEC. At -3, -4, ... the formula stands as it is: pi x is no
+ * multiple of pi, so the result is finite, huge and of no meaning. */
 SARVO_API sarko_error_t sarvo_psi_e(double x, double *value, double *error);
 
-/* psi'(x): zeta(2, x) for x > 0, shifted from (-5, 0], reflected from -5 down. Errors: x = 0, -1, -2, -3, -4 SarvoDomainEC
- * (from -5 down as at psi); those of sarvo_hzeta_e. */
+/* psi'(x): zeta(2, x) for x > 0, shifted from (-5, 0], reflected from -5 down. Errors: x = 0, -1, -2, -3, -4
+ * SarvoDomainEC (from -5 down as at psi); those of sarvo_hzeta_e. */
 SARVO_API sarko_error_t sarvo_psi1_e(double x, double *value, double *error);
 
 /* The n-th derivative of psi: (-1)^(n+1) n! zeta(n + 1, x); n = 0 and 1 are sarvo_psi_e and sarvo_psi1_e.

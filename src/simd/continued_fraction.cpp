@@ -5,7 +5,8 @@
 namespace sarvo::simd::SARVO_SIMD_LEVEL {
 namespace {
 
-// Not wider than four lanes: division takes as long for eight as for two times four, and each step waits for two divisions.
+// Not wider than four lanes: division takes as long for eight as for two times four, and each step waits for two
+// divisions.
 constexpr uint64_t width = lanes < 4 ? lanes : 4;
 typedef double Piece __attribute__((vector_size(width * sizeof(double))));
 typedef int64_t Mask __attribute__((vector_size(width * sizeof(double)))); // all ones or 0 a lane

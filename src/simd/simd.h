@@ -154,14 +154,14 @@ struct Kernels {
     void (*fractions)(uint64_t n, const uint64_t *x, double *out); // out(i) = x(i) as a double, times 2^-64
 
     // ---- Continued fractions at n <= 8 arguments of the same shapes: convergents until one repeats or is NaN ----
-    // f(i) = Gauss's fraction for the incomplete beta function at x(i), from A' = 0, A = 1, B' = B = f = s = 1, m = 0, q =
-    // r = a: r += 1, d = -(q (q + b) x) / ((r - 1) r), A' = (A' d + A) s, B' = (B' d + B) s; m += 1, r += 1, d = ((b - m) m x s) /
-    // ((r - 1) r), A = A d + A', B = B d + B', s = 1 / B, f = A s, q += 1. From step 100000 on a change of f by 2^-52 |f| or
-    // less also ends it.
+    // f(i) = Gauss's fraction for the incomplete beta function at x(i), from A' = 0, A = B' = B = f = s = 1, m = 0,
+    // q = r = a: r += 1, d = -(q (q + b) x) / ((r - 1) r), A' = (A' d + A) s, B' = (B' d + B) s; m += 1, r += 1,
+    // d = ((b - m) m x s) / ((r - 1) r), A = A d + A', B = B d + B', s = 1 / B, f = A s, q += 1. From step 100000 on
+    // a change of f by 2^-52 |f| or less also ends it.
     void (*beta_fractions)(uint64_t n, double a, double b, const double *x, double *f);
-    // g(i) = Legendre's fraction for the upper incomplete gamma function at x(i) > 0, from P0 = 1, P1 = x, Q0 = 0, Q1 = fac = 1, n
-    // = 0, g = 1/x: n += 1, t = n - a, Q0 = (Q0 t + P0) fac, Q1 = (Q1 t + P1) fac, u = fac n, P0 = P0 u + Q0 x, P1 = P1 u + Q1
-    // x, and unless P1 is 0 fac = 1 / P1, g = P0 fac. From step 10^7 on a change as above ends it.
+    // g(i) = Legendre's fraction for the upper incomplete gamma function at x(i) > 0, from P0 = Q1 = fac = 1, P1 = x,
+    // Q0 = 0, n = 0, g = 1/x: n += 1, t = n - a, Q0 = (Q0 t + P0) fac, Q1 = (Q1 t + P1) fac, u = fac n, P0 = P0 u +
+    // Q0 x, P1 = P1 u + Q1 x, and unless P1 is 0 fac = 1 / P1, g = P0 fac. From step 10^7 on a change as above ends it.
     void (*gamma_fractions)(uint64_t n, double a, const double *x, double *g);
 };
 

@@ -20,8 +20,9 @@ double from_bits(uint64_t b) {
     return x;
 }
 
-// Where F has changed by `change` from r on, by the inverse series: d - curvature d^2 / 2, d = change / slope; what follows is
-// below bend d^3, which goes to the safe side (-1: left, +1: right). side * infinity where the series does not reach.
+// Where F has changed by `change` from r on, by the inverse series: d - curvature d^2 / 2, d = change / slope; what
+// follows is below bend d^3, which goes to the safe side (-1: left, +1: right). side * infinity where the series does
+// not reach.
 double place(const Local &at, double r, double change, double side) {
     const double d = change / at.slope, d2 = d * d;
     if (!(at.bend * d2 < 1e-4)) return side * infinity;
@@ -29,9 +30,9 @@ double place(const Local &at, double r, double change, double side) {
     return r + (at.scale * (d - 0.5 * at.curvature * d2 + side * rest) + side * (0x1p-52 * r + 0x1p-1073));
 }
 
-// How far below and above p the exact tail must be at an argument where the computed one is e, in terms of F, for F < p or
-// F > p to be sure there: the errors of two values of the tail, and for the upper one, F = 1 - e rounded, half the distance to
-// p's neighbour and the rounding of 1 - p itself.
+// How far below and above p the exact tail must be at an argument where the computed one is e, in terms of F, for F < p
+// or F > p to be sure there: the errors of two values of the tail, and for the upper one, F = 1 - e rounded, half the
+// distance to p's neighbour and the rounding of 1 - p itself.
 struct Clearance {
     double below, above;
 };

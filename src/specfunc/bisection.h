@@ -1,15 +1,16 @@
 // The inverse of a distribution function as the last midpoint of a bisection, with few evaluations.
 //
-// The stated answer is that of the plain bisection on the computed function F, whose rounding errors take part: near the
-// root F goes up and down, and each midpoint there must be evaluated. Far from it the outcome of a comparison with p is
-// known: the exact function is monotone, and F stays within a bounded relative error of it. So:
+// The stated answer is that of the plain bisection on the computed function F, whose rounding errors take part: near
+// the root F goes up and down, and each midpoint there must be evaluated. Far from it the outcome of a comparison with
+// p is known: the exact function is monotone, and F stays within a bounded relative error of it. So:
 //
 //      0 ............ A ....... root ....... B ............ 1
 //        F < p for sure   evaluate F itself    F > p for sure
 //
 // 1. Newton's method with cheap values finds the root to a few digits (approach, below).
 // 2. One careful value there gives, by the inverse series, where the exact function passes p (1 -+ margin): A and B.
-// 3. The bisection runs; its intervals are dyadic, so the first one that A and B do not both fit into on one side of the
+// 3. The bisection runs; its intervals are dyadic, so the first one that A and B do not both fit into on one side of
+// the
 //    midpoint is read off their bits, and only from there on it steps.
 #pragma once
 
@@ -44,8 +45,8 @@ struct Spacing {
 Spacing spacing(double p);
 double before(double x); // the double before x > 0
 
-// The window from what is known at r near the root; A = -inf, B = +inf where the series does not reach. `extra` widens it
-// by an error of F that depends on the tail.
+// The window from what is known at r near the root; A = -inf, B = +inf where the series does not reach. `extra` widens
+// it by an error of F that depends on the tail.
 Window window_near(const Local &at, double r, double p, double extra);
 
 // Whether the root, d scales away, is near enough for the window to depend on the margin rather than on the series.
@@ -55,9 +56,9 @@ bool near_enough(const Local &at, double d);
 bool surely_below(const Local &at, double p);
 bool surely_above(const Local &at, double p);
 
-// The window about the root near r. The tail at r tells of the arguments on its own side of the split; beyond, the other tail is
-// computed, which is another multiple of the exact one: there the jump between the two counts, unless the other tail at the
-// split is already sure.
+// The window about the root near r. The tail at r tells of the arguments on its own side of the split; beyond, the
+// other tail is computed, which is another multiple of the exact one: there the jump between the two counts, unless the
+// other tail at the split is already sure.
 template <class Function> Window window_across(const Function &F, const Local &at, double r, double p, double split) {
     const Window near = window_near(at, r, p, 0.0), far = window_near(at, r, p, at.jump);
     Window window = near;
@@ -72,18 +73,20 @@ template <class Function> Window window_across(const Function &F, const Local &a
     return window;
 }
 
-// The last interval on the way of the bisection of [lo, hi] that A and B alone lead to (at least there); hi - lo a power of
-// two, lo a multiple of it.
+// The last interval on the way of the bisection of [lo, hi] that A and B alone lead to (at least there); hi - lo a
+// power of two, lo a multiple of it.
 Window dyadic_cell(double lo, double hi, const Window &window);
 
 constexpr int batch = 8;
 
-// Midpoints of [lo, hi] inside the window that the bisection may come to: those on the way to the middle of the window, from
-// which only F's noise there can divert it, then those one wrong turn off that way, the last turn first. Returns their number.
+// Midpoints of [lo, hi] inside the window that the bisection may come to: those on the way to the middle of the window,
+// from which only F's noise there can divert it, then those one wrong turn off that way, the last turn first. Returns
+// their number.
 int likely_midpoints(double lo, double hi, const Window &window, double *w);
 
-// F.prepare(w, n, out) does the costly part of evaluating F at n <= batch arguments, several at once in little more than the
-// time of one; F.value(w, prepared) ends it. The bisection ends where the midpoint is an end of its interval, or F(w) = p; NaN where F is.
+// F.prepare(w, n, out) does the costly part of evaluating F at n <= batch arguments, several at once in little more
+// than the time of one; F.value(w, prepared) ends it. The bisection ends where the midpoint is an end of its interval,
+// or F(w) = p; NaN where F is.
 template <class Function> double bisect(const Function &F, double p, double lo, double hi, const Window &window) {
     const Window cell = dyadic_cell(lo, hi, window);
     lo = cell.A;
@@ -127,9 +130,9 @@ struct Step {
     bool last; // the root is this step away, to some six digits
 };
 
-// A step from y towards ln tail = target. With h = ratio (negative for the upper tail), d = target - ln, k = 1 - h c, near the
-// root to fourth order: h d + h k d^2 / 2 + h (k (k - h c) - h^2 c') d^3 / 6. Far from it the root of the quadratic model, as
-// both tails are log-concave in y (k >= 0): exact for a normal distribution.
+// A step from y towards ln tail = target. With h = ratio (negative for the upper tail), d = target - ln, k = 1 - h c,
+// near the root to fourth order: h d + h k d^2 / 2 + h (k (k - h c) - h^2 c') d^3 / 6. Far from it the root of the
+// quadratic model, as both tails are log-concave in y (k >= 0): exact for a normal distribution.
 inline Step approach(const Tail &tail, double target) {
     const double h = tail.upper ? -tail.ratio : tail.ratio;
     const double d = target - tail.ln;

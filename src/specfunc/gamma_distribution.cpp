@@ -27,8 +27,8 @@ double gamma_series(double a, double x) {
     }
 }
 
-// Legendre's fraction in half steps: P0 / P1 is the convergent, Q0 / Q1 the one half a step on, all scaled by fac. Ends when a
-// convergent repeats; none is known to flicker, the patience is for those that might.
+// Legendre's fraction in half steps: P0 / P1 is the convergent, Q0 / Q1 the one half a step on, all scaled by fac. Ends
+// when a convergent repeats; none is known to flicker, the patience is for those that might.
 double gamma_fraction(double a, double x) {
     constexpr double patience = 1e7;
     double P0 = 1.0, P1 = x, Q0 = 0.0, Q1 = 1.0;
@@ -53,8 +53,8 @@ double gamma_fraction(double a, double x) {
 
 namespace {
 
-// Q(a, x). Where x^a e^-x is 0 nothing is left of the tail, whatever the fraction, whose terms may overflow there; where it is
-// NaN the fraction need not end.
+// Q(a, x). Where x^a e^-x is 0 nothing is left of the tail, whatever the fraction, whose terms may overflow there;
+// where it is NaN the fraction need not end.
 double upper(const GammaShape &shape, double x) {
     const double front = gamma_front(shape, x);
     return front == 0.0 || front != front ? front : gamma_fraction(shape.a, x) * front;

@@ -95,7 +95,8 @@ public:
         at.curvature = a - 1.0 - x;
         at.bend = 2.0 * G * G + ga;
         // The exponent (a logarithm, a product, two differences), the exponential, the last product; then the sums: the
-        // worst errors found against 113-bit arithmetic were 34 eps (4 + a f) / 81 and 3.1 x f eps, shapes 10^-4 .. 10^5.
+        // worst errors found against 113-bit arithmetic were 34 eps (4 + a f) / 81 and 3.1 x f eps, shapes 10^-4 ..
+        // 10^5.
         const double sums = upper ? 16.0 * x * f : 2.0 * a * f;
         at.margin = eps * (1.25 * __builtin_fabs(power) +
                            0.6 * (__builtin_fabs(difference) + __builtin_fabs(exponent)) + 16.0 + sums);

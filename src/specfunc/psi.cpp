@@ -69,7 +69,8 @@ template <bool with_error> inline Estimate asymptotic(double x) {
     return {value, c.error + magnitude(x) * pi * SarvoDblEps / (s * s) + magnitude(value) * SarvoDblEps};
 }
 
-// psi(x) = psi(x + shift) - 1/x - ... - 1/(x + shift - 1), 1 <= x + shift < 2: the series, then the terms in this order.
+// psi(x) = psi(x + shift) - 1/x - ... - 1/(x + shift - 1), 1 <= x + shift < 2: the series, then the terms in this
+// order.
 template <bool with_error, int shift> inline Estimate shifted(double x) {
     Estimate r = chebyshev<with_error>(series_1_2, 2.0 * (x + (shift - 1)) - 1.0);
     for (int k = 0; k < shift; k++) {
@@ -81,14 +82,15 @@ template <bool with_error, int shift> inline Estimate shifted(double x) {
     return r;
 }
 
-template <bool with_error> sarko_error_t digamma(double x, Estimate *r) {
-    if (x == 0.0 || x == -1.0 || x == -2.0) return fail(SarvoDomainEC);
-    if (magnitude(x) >= 2.0) *r = asymptotic<with_error>(x);
-    else if (x >= 1.0) *r = shifted<with_error, 0>(x);
-    else if (x > 0.0) *r = shifted<with_error, 1>(x);
-    else if (x > -1.0) *r = shifted<with_error, 2>(x);
-    else *r = shifted<with_error, 3>(x);
-    return 0;
+// Poles that psi and psi' refuse by name; further down the formulas stand as they are.
+bool named_pole(double x) { return x <= 0.0 && (x == 0.0 || x == -1.0 || x == -2.0); }
+
+template <bool with_error> inline Estimate digamma(double x) {
+    if (magnitude(x) >= 2.0) return asymptotic<with_error>(x);
+    if (x >= 1.0) return shifted<with_error, 0>(x);
+    if (x > 0.0) return shifted<with_error, 1>(x);
+    if (x > -1.0) return shifted<with_error, 2>(x);
+    return shifted<with_error, 3>(x);
 }
 
 // exp(0) zeta(2, x) with its error, x > 0: exp_mult's product where exp(0) = 1 leaves zeta as it is.
@@ -102,7 +104,7 @@ sarko_error_t inverse_squares(double x, Estimate *r) {
 }
 
 sarko_error_t trigamma(double x, Estimate *r) {
-    if (x == 0.0 || x == -1.0 || x == -2.0) return fail(SarvoDomainEC);
+    if (named_pole(x)) return fail(SarvoDomainEC);
     if (x > 0.0) return inverse_squares(x, r);
     Estimate zeta;
     if (x <= -5.0) {
@@ -192,9 +194,10 @@ sarko_error_t sarvo_psi1_int_e(int32_t n, double *value, double *error) {
 }
 
 sarko_error_t sarvo_psi_e(double x, double *value, double *error) {
-    Estimate r;
-    const sarko_error_t e = error ? digamma<true>(x, &r) : digamma<false>(x, &r);
-    return deliver_unless(e, r, value, error);
+    if (named_pole(x)) return sarvo::fail(SarvoDomainEC);
+    if (error) deliver(digamma<true>(x), value, error);
+    else *value = digamma<false>(x).value;
+    return 0;
 }
 
 sarko_error_t sarvo_psi1_e(double x, double *value, double *error) {

@@ -21,8 +21,8 @@ constexpr double stirling[terms] = {
 
 } // namespace
 
-// (x - 1/2) ln x - x + ln sqrt(2 pi), then B_k / x^(2k - 1) for k = 1, 2, ... until a term leaves the sum unchanged; the
-// power is multiplied up by x^2. For x < 7 minus the sum of ln(x + k), k ascending.
+// (x - 1/2) ln x - x + ln sqrt(2 pi), then B_k / x^(2k - 1) for k = 1, 2, ... until a term leaves the sum unchanged;
+// the power is multiplied up by x^2. For x < 7 minus the sum of ln(x + k), k ascending.
 double lngamma_stirling(double x) {
     if (x == 1.0 || x == 2.0) return 0.0;
     if (x < 0.0) return __builtin_nan(""); // the first logarithm of the shift, which might take for ever, is one

@@ -1,4 +1,4 @@
-// The inverses are the last midpoints of the plain bisections, bit for bit, over the tables, random and awkward arguments.
+// The inverses are the last midpoints of the plain bisections, bit for bit.
 #include <cstdlib>
 #include <vector>
 
@@ -70,8 +70,8 @@ TEST(Inverses, AreThePlainBisectionsAtRandom) {
 }
 
 TEST(Inverses, AreThePlainBisectionsWhereTheComputedTailChanges) {
-    // Roots at and beside the split, where the two tails do not fit together. The first once came out a unit too high: the tail
-    // of one side of the split decided midpoints on the other.
+    // Roots at and beside the split, where the two tails do not fit together. The first once came out a unit too high:
+    // the tail of one side of the split decided midpoints on the other.
     expect_beta(0x1.74ae6bdf0fbb7p+6, 0x1.08ab15e7ab2e3p+7, 0x1.06592ac262e16p-1);
     test::Random random(62);
     for (int i = 0; i < draws() / 8; i++) {

@@ -164,8 +164,8 @@ TEST_F(ReferenceTables, DistributionsAndInversesAreWithinFourTimesTheAttainableE
 }
 
 TEST_F(ReferenceTables, QuantilesLeadBackToTheirProbabilities) {
-    // A quantile is a double: its neighbours' probabilities bound what can be demanded of it; for F and Student those of
-    // the neighbours of w, from which the probability is taken.
+    // A quantile is a double: its neighbours' probabilities bound what can be demanded of it; for F and Student those
+    // of the neighbours of w, from which the probability is taken.
     const auto blur = [](double a, double b, double w) {
         const double below = sarvo_rnd_betadf_value(a, b, std::nextafter(w, 0.0));
         return sarvo_rnd_betadf_value(a, b, std::nextafter(w, 2.0)) - below;

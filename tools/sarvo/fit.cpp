@@ -271,8 +271,8 @@ void add_statistics(const Problem &problem, FitResult &result) {
     if (total > 0.0) result.r_squared = 1.0 - result.chi_square / total;
 }
 
-// P(|T| >= |t|), the far tail with its own digits: twice Student's lower tail at -|t|, which is formed directly; the normal
-// tail as that of chi square with one degree of freedom at t^2.
+// P(|T| >= |t|), the far tail with its own digits: twice Student's lower tail at -|t|, which is formed directly; the
+// normal tail as that of chi square with one degree of freedom at t^2.
 double two_sided_p(double t, long degrees_of_freedom, bool normal) {
     if (!std::isfinite(t)) return std::numeric_limits<double>::quiet_NaN();
     if (!normal) return 2.0 * sarvo_rnd_studentdf(static_cast<double>(degrees_of_freedom), -std::fabs(t));
