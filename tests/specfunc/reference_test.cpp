@@ -20,7 +20,7 @@ struct Result {
 struct Worst {
     long double rel = 0, abs = 0;
     double seconds = 0;
-    int rows = 0, within = 0, within_twice = 0;
+    int rows = 0, within = 0, within_twice = 0, within_16 = 0;
 };
 
 // Runs a table; every row must be within four times the attainable error of its tag, relatively or absolutely.
@@ -49,6 +49,7 @@ Worst run(
         worst.seconds = std::max(worst.seconds, time.count());
         worst.rows++;
         worst.within += abs <= r.error;
+        worst.within_16 += abs <= 16 * r.error;
         worst.within_twice += abs <= 2 * r.error + 0x1p-53 * std::fabs(row.out[0]);
     }
     EXPECT_GT(worst.rows, 0) << file;
@@ -111,7 +112,7 @@ TEST_F(ReferenceTables, SpecialFunctionsAreWithinFourTimesTheAttainableErrorAndB
          },
          all},
         {"digamma", 1, 0.95, 0.99, psi, positive},
-        {"digamma", 1, 0.78, 0.95, psi, negative},
+        {"digamma", 1, 0.78, 0.99, psi, negative},
         {"trigamma", 1, 0.99, 0.99, psi1, positive},
         {"trigamma", 1, 0.0, 0.0, psi1, negative}, // the formula ignores the rounding of pi x
         {"polygamma", 2, 0.92, 0.92,
@@ -132,6 +133,7 @@ TEST_F(ReferenceTables, SpecialFunctionsAreWithinFourTimesTheAttainableErrorAndB
                     c.file.c_str(), w.rows, 100.0 * w.within / w.rows, 100.0 * w.within_twice / w.rows);
         EXPECT_GE(w.within, c.share * w.rows) << c.file;
         EXPECT_GE(w.within_twice, c.share_twice * w.rows) << c.file;
+        EXPECT_TRUE(w.within_16 == w.rows || c.file != "polygamma") << w.within_16;
     }
     run(
         "lgamma", "lngamma_stirling", 1, [](const Row &row) { return Result{sarvo_lngamma_stirling(row.in[0])}; },
