@@ -1,6 +1,8 @@
 // The Hurwitz zeta function by a few explicit terms or by the Euler-Maclaurin sum.
 #include "hzeta.h"
 
+#include <string.h>
+
 namespace sarvo::special {
 
 using elementary::log;
@@ -34,13 +36,23 @@ Estimate by_sum(double s, double q) {
     return {sum, 26.0 * SarvoDblEps * magnitude(sum)};
 }
 
+// Whether |s ln q| < 700, by the exponent k of q: |ln q| < 0.6932 (|k| + 1). Saves the logarithm.
+bool surely_in_range(double s, double q) {
+    uint64_t bits;
+    memcpy(&bits, &q, sizeof bits);
+    const double exponent = static_cast<double>(static_cast<int64_t>(bits >> 52) - 1023);
+    return s * (magnitude(exponent) + 1.0) < 1000.0; // so |s ln q| < 693.2; a NaN is not
+}
+
 } // namespace
 
 sarko_error_t hurwitz_zeta(double s, double q, Estimate *r) {
     if (s <= 1.0 || q <= 0.0) return fail(SarvoDomainEC);
-    const double L = -s * log(q);
-    if (L < SarvoDblLnXmin + 1.0) return fail(SarvoUnderflowEC);
-    if (L > SarvoDblLnXmax - 1.0) return fail(SarvoOverflowEC);
+    if (!surely_in_range(s, q)) {
+        const double L = -s * log(q);
+        if (L < SarvoDblLnXmin + 1.0) return fail(SarvoUnderflowEC);
+        if (L > SarvoDblLnXmax - 1.0) return fail(SarvoOverflowEC);
+    }
     if ((s > 54.0 && q < 1.0) || (s > 27.0 && q < 0.25)) {
         const double value = pow(q, -s);
         *r = {value, 2.0 * SarvoDblEps * magnitude(value)};
