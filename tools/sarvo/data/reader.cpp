@@ -1,6 +1,7 @@
 // Reading of tables: lines to cells, cells to numbers, every fault named by file, line and column.
 #include <cmath>
 #include <set>
+#include <sstream>
 
 #include "numbers.h"
 #include "source.h"
@@ -24,23 +25,6 @@ Failure fault(const std::string &source, const Line &line, size_t position, cons
 }
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
-
-// The lines that hold data or a header.
-std::vector<Line> significant_lines(const std::string &text) {
-    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
-    std::vector<Line> lines;
-    size_t begin = text.compare(0, byte_order_mark.size(), byte_order_mark) == 0 ? byte_order_mark.size() : 0;
-    for (size_t number = 1; begin < text.size(); number++) {
-        size_t end = text.find('\n', begin);
-        if (end == std::string::npos) end = text.size();
-        std::string line = text.substr(begin, end - begin);
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        const size_t first = line.find_first_not_of(" \t");
-        if (first != std::string::npos && line[first] != '#' && line[first] != '%') lines.push_back({line, number});
-        begin = end + 1;
-    }
-    return lines;
-}
 
 // ';', '\t', ',' or ' ' for blanks.
 char guess_separator(const std::string &line) {
@@ -103,35 +87,39 @@ bool is_header(const std::vector<Cell> &cells) {
     return true;
 }
 
-void name_columns(Table &table, const Line &line, const std::vector<Cell> &cells, bool header) {
+std::vector<std::string> column_names(const std::string &source, const Line &line, const std::vector<Cell> &cells,
+                                      bool header) {
+    std::vector<std::string> names;
     std::set<std::string> seen;
     for (size_t c = 0; c < cells.size(); c++) {
         const std::string name = header ? cells[c].text : "c" + std::to_string(c + 1);
         if (!seen.insert(name).second)
-            throw fault(table.source, line, cells[c].position, "the column name '" + name + "' occurs twice");
-        table.names.push_back(name);
+            throw fault(source, line, cells[c].position, "the column name '" + name + "' occurs twice");
+        names.push_back(name);
     }
-    table.columns.resize(cells.size());
+    return names;
 }
 
-void add_row(Table &table, const Line &line, const std::vector<Cell> &cells) {
-    const size_t expected = table.names.size();
+std::vector<double> numbers_of(const std::string &source, const std::vector<std::string> &names, const Line &line,
+                               const std::vector<Cell> &cells) {
+    const size_t expected = names.size();
     if (cells.size() != expected) {
         const size_t position = cells.size() > expected ? cells[expected].position : line.text.size();
-        throw fault(table.source, line, position,
+        throw fault(source, line, position,
                     "the row has " + std::to_string(cells.size()) + " cells, the first has " +
                         std::to_string(expected));
     }
+    std::vector<double> row;
     for (size_t c = 0; c < cells.size(); c++) {
-        const std::string where = " (column '" + table.names[c] + "')";
-        if (cells[c].text.empty()) throw fault(table.source, line, cells[c].position, "the cell is empty" + where);
+        const std::string where = " (column '" + names[c] + "')";
+        if (cells[c].text.empty()) throw fault(source, line, cells[c].position, "the cell is empty" + where);
         const std::optional<double> x = parse_number(cells[c].text);
-        if (!x) throw fault(table.source, line, cells[c].position, "'" + cells[c].text + "' is not a number" + where);
+        if (!x) throw fault(source, line, cells[c].position, "'" + cells[c].text + "' is not a number" + where);
         if (!std::isfinite(*x))
-            throw fault(table.source, line, cells[c].position, "'" + cells[c].text + "' is not finite" + where);
-        table.columns[c].push_back(*x);
+            throw fault(source, line, cells[c].position, "'" + cells[c].text + "' is not finite" + where);
+        row.push_back(*x);
     }
-    table.lines.push_back(line.number);
+    return row;
 }
 
 } // namespace
@@ -146,21 +134,58 @@ std::optional<size_t> Table::find(std::string_view name) const {
     return std::nullopt;
 }
 
+// ---- Row by row ----
+
+// The next line that holds data or a header.
+bool RowReader::next_line(std::string *line) {
+    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+    while (std::getline(stream_, *line)) {
+        number_++;
+        if (number_ == 1 && line->compare(0, byte_order_mark.size(), byte_order_mark) == 0)
+            line->erase(0, byte_order_mark.size());
+        if (line->find('\0') != std::string::npos) throw input_error(source_ + ": this is not a text file");
+        if (!line->empty() && line->back() == '\r') line->pop_back();
+        const size_t first = line->find_first_not_of(" \t");
+        if (first != std::string::npos && (*line)[first] != '#' && (*line)[first] != '%') return true;
+    }
+    if (stream_.bad()) throw input_error(source_ + ": cannot be read");
+    return false;
+}
+
+RowReader::RowReader(std::istream &stream, const std::string &source) : stream_(stream), source_(source) {
+    std::string text;
+    if (!next_line(&text)) throw input_error(source + ": there is no data");
+    separator_ = guess_separator(text);
+    const Line line = {text, number_};
+    const std::vector<Cell> cells = split(source, line, separator_);
+    const bool header = is_header(cells);
+    names_ = column_names(source, line, cells, header);
+    if (!header) first_ = numbers_of(source, names_, line, cells);
+}
+
+bool RowReader::next(std::vector<double> *row) {
+    if (!first_.empty()) {
+        *row = std::move(first_);
+        first_.clear();
+        return true;
+    }
+    std::string text;
+    if (!next_line(&text)) return false;
+    const Line line = {text, number_};
+    *row = numbers_of(source_, names_, line, split(source_, line, separator_));
+    return true;
+}
+
 Table parse_table(const std::string &text, const std::string &source) {
-    if (text.find('\0') != std::string::npos) throw input_error(source + ": this is not a text file");
-    const std::vector<Line> lines = significant_lines(text);
-    if (lines.empty()) throw input_error(source + ": there is no data");
+    std::istringstream stream(text);
+    RowReader reader(stream, source);
     Table table;
     table.source = source;
-    const char separator = guess_separator(lines[0].text);
-    for (size_t i = 0; i < lines.size(); i++) {
-        const std::vector<Cell> cells = split(source, lines[i], separator);
-        if (i == 0) {
-            const bool header = is_header(cells);
-            name_columns(table, lines[0], cells, header);
-            if (header) continue;
-        }
-        add_row(table, lines[i], cells);
+    table.names = reader.names();
+    table.columns.resize(table.names.size());
+    for (std::vector<double> row; reader.next(&row);) {
+        for (size_t c = 0; c < row.size(); c++) table.columns[c].push_back(row[c]);
+        table.lines.push_back(reader.line());
     }
     if (table.rows() == 0) throw input_error(source + ": there is a header but no data");
     return table;

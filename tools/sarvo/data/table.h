@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <istream>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,5 +31,25 @@ Table read_table(const std::string &path);
 // first.
 // Throws input_error "SOURCE:LINE:COLUMN: what" with the line and a caret.
 Table parse_table(const std::string &text, const std::string &source);
+
+// The same rows one at a time, in constant memory.
+class RowReader {
+public:
+    RowReader(std::istream &stream, const std::string &source); // reads the header or the first row
+
+    const std::vector<std::string> &names() const { return names_; }
+    bool next(std::vector<double> *row);    // false at the end
+    size_t line() const { return number_; } // of the last row, counted from 1
+
+private:
+    bool next_line(std::string *line);
+
+    std::istream &stream_;
+    std::string source_;
+    std::vector<std::string> names_;
+    std::vector<double> first_; // a row read to see what the columns are
+    size_t number_ = 0;
+    char separator_ = ' ';
+};
 
 } // namespace command
