@@ -7,6 +7,7 @@
 #include <sarvo/lsq.h>
 #include <sarvo/mh.h>
 #include <sarvo/rng.h>
+#include <sarvo/rsamp.h>
 
 #define SIZE(record, bytes) static_assert(sizeof(record) == (bytes), #record)
 #define FIELD(record, field, offset) static_assert(offsetof(record, field) == (offset), #record "." #field)
@@ -188,5 +189,18 @@ FIELD(sarvo_mh_iter_t, reserved_2, 104);
 FIELD(sarvo_mh_iter_t, info, 112);
 FIELD(sarvo_mh_iter_t, stop_crit, 120);
 FIELD(sarvo_mh_iter_t, init_res, 128);
+
+SIZE(sarvo_rsamp_incr_t, 88);
+FIELD(sarvo_rsamp_incr_t, n, 0);
+FIELD(sarvo_rsamp_incr_t, sum_w, 8);
+FIELD(sarvo_rsamp_incr_t, mean, 16);
+FIELD(sarvo_rsamp_incr_t, m2, 24);
+FIELD(sarvo_rsamp_incr_t, m3, 32);
+FIELD(sarvo_rsamp_incr_t, m4, 40);
+FIELD(sarvo_rsamp_incr_t, min, 48);
+FIELD(sarvo_rsamp_incr_t, max, 56);
+FIELD(sarvo_rsamp_incr_t, variance, 64);
+FIELD(sarvo_rsamp_incr_t, skewness, 72);
+FIELD(sarvo_rsamp_incr_t, kurtosis, 80);
 
 #endif
