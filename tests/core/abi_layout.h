@@ -9,6 +9,7 @@
 #include <sarvo/rnd.h>
 #include <sarvo/rng.h>
 #include <sarvo/specfunc.h>
+#include <sarvo/rsamp.h>
 
 #define SIZE(record, bytes) static_assert(sizeof(record) == (bytes), #record)
 #define FIELD(record, field, offset) static_assert(offsetof(record, field) == (offset), #record "." #field)
@@ -196,5 +197,18 @@ FIELD(sarvo_cheb_series, c, 0);
 FIELD(sarvo_cheb_series, order, 8);
 FIELD(sarvo_cheb_series, a, 16);
 FIELD(sarvo_cheb_series, b, 24);
+
+SIZE(sarvo_rsamp_incr_t, 88);
+FIELD(sarvo_rsamp_incr_t, n, 0);
+FIELD(sarvo_rsamp_incr_t, sum_w, 8);
+FIELD(sarvo_rsamp_incr_t, mean, 16);
+FIELD(sarvo_rsamp_incr_t, m2, 24);
+FIELD(sarvo_rsamp_incr_t, m3, 32);
+FIELD(sarvo_rsamp_incr_t, m4, 40);
+FIELD(sarvo_rsamp_incr_t, min, 48);
+FIELD(sarvo_rsamp_incr_t, max, 56);
+FIELD(sarvo_rsamp_incr_t, variance, 64);
+FIELD(sarvo_rsamp_incr_t, skewness, 72);
+FIELD(sarvo_rsamp_incr_t, kurtosis, 80);
 
 #endif

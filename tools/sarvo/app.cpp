@@ -26,6 +26,7 @@ struct Subcommand {
 constexpr Subcommand subcommands[] = {
     {"fit", "Fit a formula to data by non-linear least squares", add_fit},
     {"solve", "Solve a sparse linear system or least-squares problem from Matrix Market files", add_solve},
+    {"stats", "Sum up the columns of a table: moments, extremes, quantiles", add_stats},
     {"dist", "Probabilities, densities and quantiles of distributions", add_dist},
     {"eval", "Evaluate arithmetic and special functions with their error estimates", add_eval},
     {"info", "Show the version, the processor level chosen, machine constants and build flags", add_info},

@@ -16,5 +16,6 @@ Run add_eval(CLI::App &app);
 Run add_fit(CLI::App &app);
 Run add_info(CLI::App &app);
 Run add_solve(CLI::App &app);
+Run add_stats(CLI::App &app);
 
 } // namespace command
