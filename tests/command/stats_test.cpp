@@ -15,13 +15,13 @@ TEST(Stats, SumsUpColumns) {
         const char *arguments, *text;
     } rows[] = {
         {"stats - --format csv", "column,n,mean,sd,standard_error,skewness,kurtosis,min,max,q0.25,q0.5,q0.75\n"},
-        {"stats - --format csv", "\ny,4,2.5,1.2909944487358056,0.6454972243679028,0,-1.36,1,4,1.75,2.5,3.25\n"},
+        {"stats - --format csv", "\nx,4,25,12.909944487358056,6.454972243679028,0,-1.36,10,40,17.5,25,32.5\n"},
         {"stats - --columns x --quantiles 0,0.1,1 --format csv", "q0,q0.1,q1\nx,4,25,"},
         {"stats - --columns x --quantiles 0,0.1,1 --format csv", ",10,40,10,13,40\n"},
         {"stats - --columns '$1' --weights w --format csv", "\ny,4,2.25,1.08972"}, // sqrt(4.75/4)
         {"stats - --columns y --weights w --quantiles 0.25,0.3,0.75,0.76 --format csv", ",1,4,1,2,2,4\n"},
         {"stats - --format json", "\"column\": \"w\", \"n\": 4, \"mean\": 1, \"sd\": 0.81649658"},
-        {"stats -", "  quantile 0.5             2.5        25"},
+        {"stats -", "  quantile 0.5                     2.5                25"},
     };
     for (const auto &row : rows) {
         const Answer answer = sarvo(row.arguments, data);
