@@ -27,6 +27,8 @@ constexpr Subcommand subcommands[] = {
     {"fit", "Fit a formula to data by non-linear least squares", add_fit},
     {"solve", "Solve a sparse linear system or least-squares problem from Matrix Market files", add_solve},
     {"stats", "Sum up the columns of a table: moments, extremes, quantiles", add_stats},
+    {"sample", "Sample a function where it bends; print the points or draw them", add_sample},
+    {"interp", "Interpolate a table by a cubic spline or linearly", add_interp},
     {"dist", "Probabilities, densities and quantiles of distributions", add_dist},
     {"eval", "Evaluate arithmetic and special functions with their error estimates", add_eval},
     {"info", "Show the version, the processor level chosen, machine constants and build flags", add_info},

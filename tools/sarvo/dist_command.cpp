@@ -1,6 +1,5 @@
 // The subcommand dist.
 #include <cmath>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "errors.h"
 #include "library.h"
 #include "numbers.h"
+#include "output.h"
 #include "subcommands.h"
 #include "suggest.h"
 #include "text.h"
@@ -110,8 +110,7 @@ int run_dist(const Arguments &a) {
             cells.push_back({shortest(r.x), shortest(r.lower), shortest(r.upper), general(r.density, 10)});
         text = aligned(cells);
     }
-    if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
-        throw input_error("the result could not be written");
+    write_out(text);
     return exit_done;
 }
 

@@ -1,6 +1,5 @@
 // The subcommand eval.
 #include <cmath>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "formula/parser.h"
 #include "library.h"
 #include "numbers.h"
+#include "output.h"
 #include "special_functions.h"
 #include "subcommands.h"
 #include "text.h"
@@ -125,8 +125,7 @@ int run_eval(const Arguments &a) {
     std::vector<special::Result> results;
     for (const std::string &text : a.expressions) results.push_back(evaluate(text));
     const auto form = a.format == "json" ? as_json : a.format == "csv" ? as_csv : as_table;
-    if (std::fputs(form(a.expressions, results).c_str(), stdout) < 0 || std::fflush(stdout) != 0)
-        throw input_error("the result could not be written");
+    write_out(form(a.expressions, results));
     return exit_done;
 }
 

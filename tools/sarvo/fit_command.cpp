@@ -10,6 +10,7 @@
 #include "fit.h"
 #include "fit_report.h"
 #include "numbers.h"
+#include "output.h"
 #include "start_values.h"
 #include "subcommands.h"
 
@@ -63,8 +64,7 @@ int run_fit(const Arguments &arguments) {
     const std::string text = arguments.format == "json"  ? fit_json(result)
                              : arguments.format == "csv" ? fit_csv(result)
                                                          : fit_table(result, options, arguments.digits);
-    if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
-        throw input_error("the result could not be written");
+    write_out(text);
     return result.converged ? exit_done : exit_not_converged;
 }
 

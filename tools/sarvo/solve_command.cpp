@@ -13,6 +13,7 @@
 #include "errors.h"
 #include "linear_system.h"
 #include "numbers.h"
+#include "output.h"
 #include "progress.h"
 #include "solve_report.h"
 #include "subcommands.h"
@@ -66,16 +67,6 @@ std::vector<double> read_right_side(const std::string &path, int32_t rows) {
     return b;
 }
 
-void write(const std::string &text, FILE *file, const std::string &name) {
-    if (std::fputs(text.c_str(), file) < 0 || std::fflush(file) != 0) throw input_error(name + " could not be written");
-}
-
-void write_file(const std::string &text, const std::string &path) {
-    const std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "wb"), std::fclose);
-    if (!file) throw input_error(path + ": cannot be written");
-    write(text, file.get(), path);
-}
-
 int run_solve(const Arguments &a) {
     if (a.matrix == "-" && a.right == "-") throw usage_error("only one of A and B can be standard input");
     const MarketMatrix A = read_market(a.matrix);
@@ -95,10 +86,9 @@ int run_solve(const Arguments &a) {
     };
     const SolveResult result = solve_system(A, b, a.solve, observer);
     progress.clear();
-    write(a.format == "json"  ? solve_json(result)
-          : a.format == "csv" ? solve_csv(result)
-                              : solve_table(result, a.digits),
-          stdout, "the result");
+    write_out(a.format == "json"  ? solve_json(result)
+              : a.format == "csv" ? solve_csv(result)
+                                  : solve_table(result, a.digits));
     if (!a.output.empty()) write_file(solution_market(result), a.output);
     return result.converged ? exit_done : exit_not_converged;
 }

@@ -1,6 +1,5 @@
 // The subcommand stats.
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -14,6 +13,7 @@
 #include "data/table.h"
 #include "errors.h"
 #include "numbers.h"
+#include "output.h"
 #include "progress.h"
 #include "subcommands.h"
 #include "suggest.h"
@@ -178,8 +178,7 @@ int run_stats(const Arguments &a) {
     const std::string text = a.format == "json"  ? as_json(all, p)
                              : a.format == "csv" ? as_csv(all, p)
                                                  : as_table(all, p, a.digits);
-    if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
-        throw input_error("the result could not be written");
+    write_out(text);
     return exit_done;
 }
 

@@ -1,0 +1,190 @@
+// The subcommand interp.
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <sarvo/nr.h>
+
+#include "data/source.h"
+#include "data/table.h"
+#include "errors.h"
+#include "library.h"
+#include "numbers.h"
+#include "output.h"
+#include "plot.h"
+#include "subcommands.h"
+#include "suggest.h"
+#include "text.h"
+
+namespace command {
+namespace {
+
+const char *const footer =
+    "DATA is a text file of numbers (- for standard input), as for fit: the abscissae in the first column or --x,\n"
+    "ascending or descending, the ordinates in the second or --y. A cubic spline with natural ends, or with the "
+    "slopes\n"
+    "given, goes through the points; linear connects them. Beyond the ends both go on; such points are marked.\n"
+    "\n"
+    "Examples:\n"
+    "  sarvo interp table.csv --at 0.5,1.25\n"
+    "  sarvo interp table.csv --grid 0:10:101 --format csv\n"
+    "  sarvo interp table.csv --x t --y level --left 0 --grid 0:10:200 --plot curve.svg";
+
+struct Arguments {
+    std::string data, x, y, at, grid, method = "spline", left, right, plot, format = "table";
+    int digits = 8;
+};
+
+std::vector<double> numbers(const std::string &text, char separator, const std::string &option) {
+    std::vector<double> all;
+    for (size_t begin = 0; begin <= text.size();) {
+        const size_t end = std::min(text.find(separator, begin), text.size());
+        const std::string part = text.substr(begin, end - begin);
+        const auto x = parse_number(part);
+        if (!x || !std::isfinite(*x)) throw usage_error(option + ": '" + part + "' is not a finite number");
+        all.push_back(*x);
+        begin = end + 1;
+    }
+    return all;
+}
+
+std::vector<double> places(const Arguments &a) {
+    if (a.at.empty() == a.grid.empty()) throw usage_error("say where: --at X,... or --grid FROM:TO:N");
+    if (!a.at.empty()) return numbers(a.at, ',', "--at");
+    const auto g = numbers(a.grid, ':', "--grid");
+    if (g.size() != 3 || g[2] != std::floor(g[2]) || g[2] < 2.0 || g[2] > 1e8)
+        throw usage_error("--grid takes FROM:TO:N with N from 2 to 100000000");
+    std::vector<double> all;
+    for (double k = 0.0; k < g[2]; k++) all.push_back(k == g[2] - 1.0 ? g[1] : g[0] + (g[1] - g[0]) * k / (g[2] - 1.0));
+    return all;
+}
+
+size_t column(const Table &table, const std::string &name, size_t otherwise) {
+    if (name.empty()) {
+        if (otherwise >= table.names.size()) throw input_error(table.source + ": has one column, x and y are wanted");
+        return otherwise;
+    }
+    const auto found = table.find(name);
+    if (!found) throw usage_error("there is no column '" + name + "'." + suggestion(name, table.names));
+    return *found;
+}
+
+void check_abscissae(const Table &table, const std::vector<double> &x) {
+    if (x.size() < 2) throw input_error(table.source + ": has one point, two are the least");
+    const bool ascending = x[1] > x[0];
+    for (size_t i = 1; i < x.size(); i++)
+        if (ascending ? !(x[i] > x[i - 1]) : !(x[i] < x[i - 1]))
+            throw input_error(table.source + ":" + std::to_string(table.lines[i]) + ": the abscissa " + shortest(x[i]) +
+                              " does not go on " + (ascending ? "upward" : "downward") + " from " + shortest(x[i - 1]));
+}
+
+class Interpolation {
+public:
+    Interpolation(const std::vector<double> &x, const std::vector<double> &y, const Arguments &a)
+        : x_(x), y_(y), linear_(a.method == "linear") {
+        const auto slope = [](const std::string &text, const char *option) {
+            return text.empty() ? 1e99 : numbers(text, ',', option)[0]; // natural
+        };
+        const auto n = static_cast<int32_t>(x.size());
+        check(linear_ ? sarvo_nr_itpl_init(&record_, x.data(), y.data(), n, 2)
+                      : sarvo_nr_itpl_init_cspline(&record_, x.data(), y.data(), nullptr, n, slope(a.left, "--left"),
+                                                   slope(a.right, "--right")));
+    }
+    ~Interpolation() {
+        if (!linear_) sarvo_nr_itpl_free_cspline(&record_);
+    }
+    Interpolation(const Interpolation &) = delete;
+    Interpolation &operator=(const Interpolation &) = delete;
+
+    double operator()(double at) {
+        double value = 0.0;
+        if (!linear_) {
+            check(sarvo_nr_itpl_cspline(&record_, &value, at));
+            return value;
+        }
+        const uint32_t i = record_.correlated ? sarvo_nr_itpl_hunt(&record_, at) : sarvo_nr_itpl_locate(&record_, at);
+        const double share = (at - x_[i]) / (x_[i + 1] - x_[i]);
+        return y_[i] + share * (y_[i + 1] - y_[i]);
+    }
+
+private:
+    const std::vector<double> &x_, &y_;
+    bool linear_;
+    sarvo_nr_itpl record_ = {};
+};
+
+std::string printed(const std::vector<double> &at, const std::vector<double> &values, double low, double high,
+                    const Arguments &a) {
+    if (a.format == "json") {
+        std::string text = "[";
+        for (size_t i = 0; i < at.size(); i++)
+            text += std::string(i ? ", " : "") + "[" + json_number(at[i]) + ", " + json_number(values[i]) + "]";
+        return text + "]\n";
+    }
+    if (a.format == "csv") {
+        std::string text = "x,y\n";
+        for (size_t i = 0; i < at.size(); i++) text += csv_number(at[i]) + "," + csv_number(values[i]) + "\n";
+        return text;
+    }
+    std::vector<std::vector<std::string>> rows = {{"x", "y"}};
+    for (size_t i = 0; i < at.size(); i++) {
+        rows.push_back({general(at[i], a.digits), general(values[i], a.digits)});
+        if (at[i] < low || at[i] > high) rows.back().push_back("outside");
+    }
+    return aligned(rows);
+}
+
+int run_interp(const Arguments &a) {
+    check(sarvo_initialize());
+    check_plot_name(a.plot);
+    const std::vector<double> at = places(a);
+    const Table table = read_table(a.data);
+    const std::vector<double> &x = table.columns[column(table, a.x, 0)], &y = table.columns[column(table, a.y, 1)];
+    if (x.size() > INT32_MAX) throw input_error(table.source + ": has too many points");
+    check_abscissae(table, x);
+    Interpolation curve(x, y, a);
+    std::vector<double> values;
+    for (const double place : at) values.push_back(curve(place));
+    const double low = std::min(x.front(), x.back()), high = std::max(x.front(), x.back());
+    size_t outside = 0;
+    for (const double place : at) outside += place < low || place > high;
+    if (outside > 0)
+        std::fprintf(stderr, "sarvo: %zu of %zu points lie outside %s .. %s\n", outside, at.size(),
+                     shortest(low).c_str(), shortest(high).c_str());
+    if (a.plot.empty()) write_out(printed(at, values, low, high, a));
+    else write_plot({a.method + " through " + std::to_string(x.size()) + " points", at, values}, a.plot);
+    return exit_done;
+}
+
+// A validator whose name stays out of the help.
+CLI::Validator silent(CLI::Validator v) { return v.description(""); }
+
+} // namespace
+
+Run add_interp(CLI::App &app) {
+    const auto a = std::make_shared<Arguments>();
+    app.footer(footer);
+    app.add_option("DATA", a->data, "File of numbers, - for standard input")->required()->type_name("");
+    app.add_option("--at", a->at, "Where to interpolate")->type_name("X,...");
+    app.add_option("--grid", a->grid, "N places from FROM to TO, evenly")->type_name("FROM:TO:N");
+    app.add_option("--x", a->x, "Column of abscissae (default the first)")->type_name("COLUMN");
+    app.add_option("--y", a->y, "Column of ordinates (default the second)")->type_name("COLUMN");
+    app.add_option("--method", a->method, "spline or linear (default spline)")
+        ->check(silent(CLI::IsMember({"spline", "linear"})))
+        ->type_name("NAME");
+    app.add_option("--left", a->left, "Slope of the spline at the first point (default natural)")->type_name("X");
+    app.add_option("--right", a->right, "Slope of the spline at the last point (default natural)")->type_name("X");
+    app.add_option("--plot", a->plot, "Draw instead: FILE.svg, FILE.png, or - for the terminal")->type_name("FILE");
+    app.add_option("--format", a->format, "table, csv or json; the last two in full precision (default table)")
+        ->check(silent(CLI::IsMember({"table", "csv", "json"})))
+        ->type_name("FORM");
+    app.add_option("--digits", a->digits, "Digits in the table, 1 to 17 (default 8)")
+        ->check(silent(CLI::Range(1, 17)))
+        ->type_name("N");
+    return [a] { return run_interp(*a); };
+}
+
+} // namespace command
