@@ -161,6 +161,21 @@ void rotate(uint64_t n, double c, double s, double *x, double *y) {
     }
 }
 
+void rotate_tau(uint64_t n, double s, double tau, double *x, double *y) {
+    uint64_t i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const Vec xi = load(x + i);
+        const Vec yi = load(y + i);
+        store(x + i, xi - s * (yi + xi * tau));
+        store(y + i, yi + s * (xi - yi * tau));
+    }
+    for (; i < n; i++) {
+        const double xi = x[i];
+        x[i] = xi - s * (y[i] + xi * tau);
+        y[i] = y[i] + s * (xi - y[i] * tau);
+    }
+}
+
 void rotate_sweeps(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
                    double *a, uint64_t lda) {
     rotate_all<Plain>(sweeps, first, last, n, cs, ldcs, a, lda);

@@ -50,6 +50,13 @@ struct Larger {
     template <class T> auto operator()(const T &a, const T &b) const { return a > b; }
 };
 
+// Whether edges i .. i + lanes - 1 pass the height of the point, and which of them do so on its right (all bits of a lane).
+inline Mask straddling(const double *y, uint64_t i, double py) { return (load(y + i) > py) ^ (load(y + i - 1) > py); }
+inline Mask crossing(const double *x, const double *y, uint64_t i, double px, double py) {
+    const Vec xi = load(x + i), xj = load(x + i - 1), yi = load(y + i), yj = load(y + i - 1);
+    return (py - yi) * (xj - xi) / (yj - yi) + xi > px;
+}
+
 } // namespace
 
 uint64_t first_zero(uint64_t n, const double *x) { return first_equal(n, x, 0.0); }
@@ -103,6 +110,26 @@ double max_abs(uint64_t n, const double *x) {
     for (; i < n; i++)
         if (__builtin_fabs(x[i]) > largest) largest = __builtin_fabs(x[i]);
     return largest;
+}
+
+uint64_t crossings(uint64_t n, const double *x, const double *y, double px, double py) {
+    Mask found = {}; // minus the number found in each lane
+    uint64_t i = 1;
+    for (; i + step <= n; i += step) { // most edges pass no given height: the division is for those that do
+        Mask straddles[4];
+        for (uint64_t v = 0; v < 4; v++) straddles[v] = straddling(y, i + v * lanes, py);
+        if (!any((straddles[0] | straddles[1]) | (straddles[2] | straddles[3]))) continue;
+        for (uint64_t v = 0; v < 4; v++)
+            if (any(straddles[v])) found += straddles[v] & crossing(x, y, i + v * lanes, px, py);
+    }
+    uint64_t count = 0;
+    for (uint64_t l = 0; l < lanes; l++) count -= static_cast<uint64_t>(found[l]);
+    for (; i < n; i++) {
+        const double xj = x[i - 1];
+        const double yj = y[i - 1];
+        if ((y[i] > py) != (yj > py) && (py - y[i]) * (xj - x[i]) / (yj - y[i]) + x[i] > px) count++;
+    }
+    return count;
 }
 
 } // namespace sarvo::simd::SARVO_SIMD_LEVEL

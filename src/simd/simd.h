@@ -51,6 +51,10 @@ struct Kernels {
     uint64_t (*scaled_pivot)(uint64_t n, const double *x, const double *s);
     double (*max_abs)(uint64_t n, const double *x); // largest |x(i)|; 0 for n = 0, NaNs passed over
 
+    // Number of edges from (x(i-1), y(i-1)) to (x(i), y(i)), i = 1 .. n-1, with (y(i) > py) != (y(i-1) > py) and
+    // (py - y(i)) (x(i-1) - x(i)) / (y(i-1) - y(i)) + x(i) > px.
+    uint64_t (*crossings)(uint64_t n, const double *x, const double *y, double px, double py);
+
     // ---- Rows and columns of a matrix: every sum ascends in one running sum from +0 ----
     void (*dot_rows)(uint64_t rows, uint64_t n, const double *a, uint64_t lda, const double *x,
                      double *out); // out(i) = sum_j a(i,j) x(j)
@@ -120,6 +124,8 @@ struct Kernels {
 
     // ---- Rotations: (x, y) becomes (c x + s y, c y - s x) ----
     void (*rotate)(uint64_t n, double c, double s, double *x, double *y);
+    // x(i) = x(i) - s (y(i) + x(i) tau), y(i) = y(i) + s (x(i) - y(i) tau), of the old x(i), y(i)
+    void (*rotate_tau)(uint64_t n, double s, double tau, double *x, double *y);
     // `sweeps` sweeps of rotations on the rows of a, one after the other. Sweep q rotates rows j and j+1, j = first ..
     // last-1 ascending, by c, s = cs[q ldcs + 2j], cs[q ldcs + 2j + 1]. n columns, leading dimension lda.
     void (*rotate_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,

@@ -32,6 +32,21 @@ inline Vec load(const double *p) { return *reinterpret_cast<const VecAnywhere *>
 inline void store(double *p, Vec v) { *reinterpret_cast<VecAnywhere *>(p) = v; }
 inline Vec broadcast(double x) { return x - Vec{}; } // x - (+0) is x, also for -0
 
+typedef int64_t Mask __attribute__((vector_size(sizeof(Vec)))); // what comparisons give: -1 or 0 a lane
+
+// Whether any lane is set.
+#if SARVO_SIMD_LANES == 8
+inline bool any(Mask m) { return _mm512_movepi64_mask(reinterpret_cast<__m512i>(m)) != 0; }
+#elif SARVO_SIMD_LANES == 4
+inline bool any(Mask m) { return _mm256_movemask_pd(reinterpret_cast<__m256d>(m)) != 0; }
+#else
+inline bool any(Mask m) {
+    int64_t set = 0;
+    for (uint64_t i = 0; i < lanes; i++) set |= m[i];
+    return set != 0;
+}
+#endif
+
 #if SARVO_SIMD_LANES == 8
 inline bool any_nan(Vec x) { return _mm512_cmp_pd_mask(x, x, _CMP_UNORD_Q) != 0; }
 #elif SARVO_SIMD_LANES == 4

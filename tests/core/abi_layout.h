@@ -10,6 +10,7 @@
 #include <sarvo/rng.h>
 #include <sarvo/specfunc.h>
 #include <sarvo/rsamp.h>
+#include <sarvo/sampler.h>
 
 #define SIZE(record, bytes) static_assert(sizeof(record) == (bytes), #record)
 #define FIELD(record, field, offset) static_assert(offsetof(record, field) == (offset), #record "." #field)
@@ -210,5 +211,48 @@ FIELD(sarvo_rsamp_incr_t, max, 56);
 FIELD(sarvo_rsamp_incr_t, variance, 64);
 FIELD(sarvo_rsamp_incr_t, skewness, 72);
 FIELD(sarvo_rsamp_incr_t, kurtosis, 80);
+
+SIZE(sarvo_fsampler_1d_options_t, 40);
+FIELD(sarvo_fsampler_1d_options_t, abs_tol, 0);
+FIELD(sarvo_fsampler_1d_options_t, rel_tol, 8);
+FIELD(sarvo_fsampler_1d_options_t, min_sin_angle, 16);
+FIELD(sarvo_fsampler_1d_options_t, min_dx, 24);
+FIELD(sarvo_fsampler_1d_options_t, refine_side, 32);
+
+SIZE(sarvo_fsampler_1d_sample_t, 32);
+FIELD(sarvo_fsampler_1d_sample_t, x, 0);
+FIELD(sarvo_fsampler_1d_sample_t, y, 8);
+FIELD(sarvo_fsampler_1d_sample_t, refine_score, 16);
+FIELD(sarvo_fsampler_1d_sample_t, tag, 24);
+
+SIZE(sarvo_fsampler_1d_t, 104);
+FIELD(sarvo_fsampler_1d_t, options, 0);
+FIELD(sarvo_fsampler_1d_t, count, 40);
+FIELD(sarvo_fsampler_1d_t, capacity, 44);
+FIELD(sarvo_fsampler_1d_t, samples, 48);
+FIELD(sarvo_fsampler_1d_t, num_refine, 56);
+FIELD(sarvo_fsampler_1d_t, refine_buf, 64);
+FIELD(sarvo_fsampler_1d_t, x_min, 72);
+FIELD(sarvo_fsampler_1d_t, x_max, 80);
+FIELD(sarvo_fsampler_1d_t, y_min, 88);
+FIELD(sarvo_fsampler_1d_t, y_max, 96);
+
+SIZE(sarvo_nr_itpl, 56);
+FIELD(sarvo_nr_itpl, n, 0);
+FIELD(sarvo_nr_itpl, m, 4);
+FIELD(sarvo_nr_itpl, last, 8);
+FIELD(sarvo_nr_itpl, correlated, 12);
+FIELD(sarvo_nr_itpl, hunt_distance, 16);
+FIELD(sarvo_nr_itpl, x, 24);
+FIELD(sarvo_nr_itpl, y, 32);
+FIELD(sarvo_nr_itpl, y2, 40);
+FIELD(sarvo_nr_itpl, y2_owned, 48);
+
+SIZE(sarvo_nr_jtsm, 40);
+FIELD(sarvo_nr_jtsm, n, 0);
+FIELD(sarvo_nr_jtsm, V, 8);
+FIELD(sarvo_nr_jtsm, d, 16);
+FIELD(sarvo_nr_jtsm, tol, 24);
+FIELD(sarvo_nr_jtsm, max_sweeps, 32);
 
 #endif

@@ -11,6 +11,14 @@ void rotate(uint64_t n, double c, double s, double *x, double *y) {
     }
 }
 
+void rotate_tau(uint64_t n, double s, double tau, double *x, double *y) {
+    for (uint64_t i = 0; i < n; i++) {
+        const double xi = x[i];
+        x[i] = xi - s * (y[i] + xi * tau);
+        y[i] = y[i] + s * (xi - y[i] * tau);
+    }
+}
+
 void rotate_sweeps(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
                    double *a, uint64_t lda) {
     for (uint64_t q = 0; q < sweeps; q++)

@@ -44,4 +44,14 @@ double max_abs(uint64_t n, const double *x) {
     return largest;
 }
 
+uint64_t crossings(uint64_t n, const double *x, const double *y, double px, double py) {
+    uint64_t count = 0;
+    for (uint64_t i = 1; i < n; i++) {
+        const double xj = x[i - 1];
+        const double yj = y[i - 1];
+        if ((y[i] > py) != (yj > py) && (py - y[i]) * (xj - x[i]) / (yj - y[i]) + x[i] > px) count++;
+    }
+    return count;
+}
+
 } // namespace sarvo::simd::ref
