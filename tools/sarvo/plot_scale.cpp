@@ -43,7 +43,7 @@ std::string tick_label(double value, const std::vector<double> &all) {
     for (int digits = 1; digits < 15; digits++) { // the fewest that tell neighbours apart
         const std::string text = general(value, digits);
         const auto back = parse_number(text);
-        if (back && std::fabs(*back - value) < 0.01 * step) return text;
+        if (back && std::fabs(*back - value) < 0.01 * step) return shortest(*back);
     }
     return shortest(value);
 }

@@ -32,7 +32,7 @@ const char *const footer = "EXPRESSION is a formula of x as in fit. Points are a
 
 struct Arguments {
     std::string expression, from, to, format = "table", plot;
-    int initial = 33, most = 1000, digits = 8;
+    int initial = 33, most = 5000, digits = 8;
     double angle = 5.0, rel_tol = 0.001, abs_tol = 0.0, min_dx = 1e-6;
 };
 
@@ -133,7 +133,7 @@ Run add_sample(CLI::App &app) {
     app.add_option("--initial", a->initial, "Points to begin with, evenly (default 33)")
         ->check(silent(CLI::Range(3, 1000000)))
         ->type_name("N");
-    app.add_option("--most", a->most, "Limit of points (default 1000)")
+    app.add_option("--most", a->most, "Limit of points (default 5000)")
         ->check(silent(CLI::Range(3, 10000000)))
         ->type_name("N");
     app.add_option("--angle", a->angle, "Degrees by which chords may turn (default 5)")

@@ -28,8 +28,8 @@ constexpr TwoArguments two_arguments[] = {
 class Parser {
 public:
     Parser(const std::string &text, size_t begin, size_t end, const Table &table,
-           const std::vector<std::string> &parameters)
-        : text_(text), position_(begin), end_(end), table_(table), parameters_(parameters) {}
+           const std::vector<std::string> &parameters, bool lone = false)
+        : text_(text), position_(begin), end_(end), table_(table), parameters_(parameters), lone_(lone) {}
 
     Tape parse() {
         skip_blanks();
@@ -178,6 +178,13 @@ private:
     }
 
     std::string unknown_name(const std::string &word) const {
+        if (lone_) {
+            std::string variables;
+            for (const std::string &name : table_.names) variables += (variables.empty() ? "" : ", ") + name;
+            return "'" + word + "' means nothing here" +
+                   (variables.empty() ? std::string(".") : ": the variable is " + variables + ".") +
+                   suggestion(word, table_.names);
+        }
         std::vector<std::string> known = table_.names;
         known.insert(known.end(), parameters_.begin(), parameters_.end());
         std::string text = word.front() == '$'
@@ -219,6 +226,7 @@ private:
     size_t position_, end_;
     const Table &table_;
     const std::vector<std::string> &parameters_;
+    bool lone_; // an expression of variables, not one side of a formula
     Tape tape_;
     int depth_ = 0;
 };
@@ -242,7 +250,7 @@ Tape parse_expression(const std::string &text, const std::vector<std::string> &v
     Table table;
     table.names = variables;
     table.columns.resize(variables.size());
-    return Parser(text, 0, text.size(), table, none).parse();
+    return Parser(text, 0, text.size(), table, none, true).parse();
 }
 
 } // namespace command::formula
