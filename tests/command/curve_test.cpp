@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "command_support.h"
+#include "curve/plot.h"
 #include "numbers.h"
-#include "plot.h"
 #include "test_support.h"
 
 namespace {

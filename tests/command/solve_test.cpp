@@ -4,7 +4,7 @@
 
 #include "command_support.h"
 #include "errors.h"
-#include "linear_system.h"
+#include "solve/linear_system.h"
 #include "test_support.h"
 
 namespace {

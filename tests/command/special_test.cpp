@@ -3,8 +3,8 @@
 #include <limits>
 
 #include "command_support.h"
-#include "distributions.h"
 #include "formula/parser.h"
+#include "special/distributions.h"
 #include "test_support.h"
 
 namespace {

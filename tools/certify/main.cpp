@@ -17,9 +17,9 @@
 #include <vector>
 
 #include "data/table.h"
-#include "fit.h"
+#include "fit/fit.h"
 #include "numbers.h"
-#include "start_values.h"
+#include "fit/start_values.h"
 
 namespace {
 

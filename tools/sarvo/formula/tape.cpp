@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "elementary.h"
-#include "special_functions.h"
+#include "special/special_functions.h"
 
 namespace command::formula {
 namespace {

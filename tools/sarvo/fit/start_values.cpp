@@ -1,5 +1,5 @@
 // Reading of name=value,name=value.
-#include "start_values.h"
+#include "fit/start_values.h"
 
 #include "errors.h"
 #include "numbers.h"

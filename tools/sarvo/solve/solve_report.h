@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "linear_system.h"
+#include "solve/linear_system.h"
 
 namespace command {
 

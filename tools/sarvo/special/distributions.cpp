@@ -1,5 +1,5 @@
 // The distributions of `sarvo dist`.
-#include "distributions.h"
+#include "special/distributions.h"
 
 #include <cmath>
 #include <limits>
@@ -8,7 +8,7 @@
 #include <sarvo/specfunc.h>
 
 #include "elementary.h"
-#include "special_functions.h"
+#include "special/special_functions.h"
 
 namespace command {
 namespace {

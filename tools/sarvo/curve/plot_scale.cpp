@@ -1,5 +1,5 @@
 // Scales, ticks and runs of points.
-#include "plot_scale.h"
+#include "curve/plot_scale.h"
 
 #include <cmath>
 

@@ -7,11 +7,11 @@
 #include <CLI/CLI.hpp>
 #include <sarvo/sarvo.h>
 
-#include "distributions.h"
 #include "errors.h"
 #include "library.h"
 #include "numbers.h"
 #include "output.h"
+#include "special/distributions.h"
 #include "subcommands.h"
 #include "suggest.h"
 #include "text.h"

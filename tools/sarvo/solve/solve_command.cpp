@@ -11,11 +11,11 @@
 #include "data/source.h"
 #include "data/table.h"
 #include "errors.h"
-#include "linear_system.h"
 #include "numbers.h"
 #include "output.h"
 #include "progress.h"
-#include "solve_report.h"
+#include "solve/linear_system.h"
+#include "solve/solve_report.h"
 #include "subcommands.h"
 
 namespace command {

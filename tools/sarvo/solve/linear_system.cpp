@@ -1,5 +1,5 @@
 // Solving sparse linear systems by the library.
-#include "linear_system.h"
+#include "solve/linear_system.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,5 +1,5 @@
 // The forms of the solution of a linear system.
-#include "solve_report.h"
+#include "solve/solve_report.h"
 
 #include <algorithm>
 #include <cmath>

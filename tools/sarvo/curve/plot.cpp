@@ -1,5 +1,5 @@
 // Where a picture goes, and so which it is.
-#include "plot.h"
+#include "curve/plot.h"
 
 #include "errors.h"
 #include "output.h"

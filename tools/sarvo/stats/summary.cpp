@@ -1,5 +1,5 @@
 // Accumulating statistics of columns.
-#include "summary.h"
+#include "stats/summary.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // The fit: problem set-up, the iteration with its reasons to stop, and the statistics of the result.
-#include "fit.h"
+#include "fit/fit.h"
 
 #include <cmath>
 #include <limits>

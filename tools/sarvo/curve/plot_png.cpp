@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "curve/plot_scale.h"
 #include "errors.h"
-#include "plot_scale.h"
 
 namespace command {
 namespace {

@@ -8,13 +8,13 @@
 #include <CLI/CLI.hpp>
 #include <sarvo/nr.h>
 
+#include "curve/plot.h"
 #include "data/source.h"
 #include "data/table.h"
 #include "errors.h"
 #include "library.h"
 #include "numbers.h"
 #include "output.h"
-#include "plot.h"
 #include "subcommands.h"
 #include "suggest.h"
 #include "text.h"

@@ -15,9 +15,9 @@
 #include "numbers.h"
 #include "output.h"
 #include "progress.h"
+#include "stats/summary.h"
 #include "subcommands.h"
 #include "suggest.h"
-#include "summary.h"
 #include "text.h"
 
 namespace command {

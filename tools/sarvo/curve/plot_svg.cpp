@@ -1,8 +1,8 @@
 // Curves as SVG: one self-contained picture.
 #include <cmath>
 
+#include "curve/plot_scale.h"
 #include "numbers.h"
-#include "plot_scale.h"
 
 namespace command {
 namespace {

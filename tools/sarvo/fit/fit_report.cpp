@@ -1,5 +1,5 @@
 // The three forms of a fit's result.
-#include "fit_report.h"
+#include "fit/fit_report.h"
 
 #include <cmath>
 

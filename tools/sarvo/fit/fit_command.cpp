@@ -7,11 +7,11 @@
 #include <CLI/CLI.hpp>
 
 #include "errors.h"
-#include "fit.h"
-#include "fit_report.h"
+#include "fit/fit.h"
+#include "fit/fit_report.h"
+#include "fit/start_values.h"
 #include "numbers.h"
 #include "output.h"
-#include "start_values.h"
 #include "subcommands.h"
 
 namespace command {

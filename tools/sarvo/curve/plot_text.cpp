@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "plot_scale.h"
+#include "curve/plot_scale.h"
 #include "text.h"
 
 namespace command {

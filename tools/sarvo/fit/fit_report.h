@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "fit.h"
+#include "fit/fit.h"
 
 namespace command {
 

@@ -1,5 +1,5 @@
 // Special functions of the library.
-#include "special_functions.h"
+#include "special/special_functions.h"
 
 #include <cmath>
 #include <cstdint>

@@ -8,13 +8,13 @@
 #include <CLI/CLI.hpp>
 #include <sarvo/sampler.h>
 
+#include "curve/plot.h"
 #include "elementary.h"
 #include "errors.h"
 #include "formula/parser.h"
 #include "library.h"
 #include "numbers.h"
 #include "output.h"
-#include "plot.h"
 #include "subcommands.h"
 #include "text.h"
 

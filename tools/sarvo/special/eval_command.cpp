@@ -12,7 +12,7 @@
 #include "library.h"
 #include "numbers.h"
 #include "output.h"
-#include "special_functions.h"
+#include "special/special_functions.h"
 #include "subcommands.h"
 #include "text.h"
 

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "plot.h"
+#include "curve/plot.h"
 
 namespace command {
 
