@@ -104,8 +104,8 @@ struct GammaShape {
     }
     // log u < h, h = 0.5 (x x) + d ((1 - V) + log V). With y = c x the terms up to y^3 cancel:
     //     h = -(y^2 x^2 / 3) (1/4 - y/5 + y^2/6 - ...),
-    // and exp(h), h <= 0, lies between the sums of its series to h^3 and to h^4. The logarithms are only needed where these bounds leave it open;
-    // the margin is a thousand times the rounding of either side.
+    // and exp(h), h <= 0, lies between the sums of its series to h^3 and to h^4. The logarithms are only needed where
+    // these bounds leave it open; the margin is a thousand times the rounding of either side.
     bool takes_by_logarithms(double x, double V, double u) const {
         const double y = c * x, yy = y * y;
         if (yy <= 0.5625) {

@@ -44,7 +44,8 @@ struct SolveObserver {
     std::function<void(uint32_t, double)> step; // after each step of an iterative method: number, residual norm
 };
 
-// b without a value: A times the vector of ones. Throws Failure when the system cannot be solved at all; an iteration that ends early is a result.
+// b without a value: A times the vector of ones. Throws Failure when the system cannot be solved at all; an iteration
+// that ends early is a result.
 SolveResult solve_system(const MarketMatrix &A, const std::optional<std::vector<double>> &b,
                          const SolveOptions &options, const SolveObserver &observer);
 
