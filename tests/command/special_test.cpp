@@ -82,6 +82,8 @@ TEST(SpecialCommands, AnswerAndRefuse) {
         {"eval '2^10 + 1'", 0, "1025"},
         {"eval ' hzeta( 2 , (1) ) '", 0, "1.6449340668482"},
         {"eval 'psin(3, 1/4)'", 0, "1538.782144009188"},
+        {"eval 'psi_int(1)'", 0, "-0.577215664901532"},
+        {"eval 'psi1_int(0)'", 1, "psi1_int(0): Domain error"},
         {"eval 'expmul(1000, 1e-400)'", 2, "1e-400"},
         {"eval 'gamma(-1)'", 1, "gamma(-1): Domain error"},
         {"eval 'hzeta(2)'", 2, "hzeta takes 2 arguments"},

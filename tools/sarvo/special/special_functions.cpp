@@ -28,6 +28,13 @@ int64_t integer(double x, int64_t lowest, int64_t highest, const char *what) {
                       std::to_string(highest) + ", not " + shortest(x));
 }
 
+template <sarko_error_t (*function)(int32_t n, double *value, double *error)>
+Result of_integer(std::span<const double> x) {
+    Result r{0.0, 0.0, std::nullopt};
+    check(function(static_cast<int32_t>(integer(x[0], INT32_MIN, INT32_MAX, "n")), &r.value, &*r.error));
+    return r;
+}
+
 const Function table[] = {
     {"lngamma",
      {"x"},
@@ -61,6 +68,8 @@ const Function table[] = {
      }},
     {"psi", {"x"}, "digamma, the derivative of ln Gamma", of_one<sarvo_psi_e>},
     {"psi1", {"x"}, "trigamma, the derivative of psi", of_one<sarvo_psi1_e>},
+    {"psi_int", {"n"}, "psi at a positive integer, from a table up to 100", of_integer<sarvo_psi_int_e>},
+    {"psi1_int", {"n"}, "psi1 at a positive integer, from a table up to 100", of_integer<sarvo_psi1_int_e>},
     {"psin",
      {"n", "x"},
      "the n-th derivative of psi",
