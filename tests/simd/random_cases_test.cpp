@@ -150,6 +150,22 @@ const Case cases[] = {
          k.update2_accumulate(rows, n, out.data(), n, u.data(), y.data(), x.data(), v.data(), t.data(),
                               out.data() + rows * n);
      }},
+    {"rotate_tau",
+     [](const Kernels &k, Source &s, Doubles &out) {
+         const uint64_t n = s.size();
+         const double sine = s.value();
+         out = s.values(2 * n);
+         k.rotate_tau(n, sine, s.value(), out.data(), out.data() + n);
+     }},
+    {"crossings",
+     [](const Kernels &k, Source &s, Doubles &out) {
+         const uint64_t n = s.size();
+         Doubles x = s.values(n), y = s.values(n);
+         if (s.random.below(2)) // at the height of the point, flat, equal
+             for (uint64_t i = 0; i < n; i++) y[i] = static_cast<double>(s.random.below(3)) - 1.0;
+         const double px = 0.5 * s.value();
+         out = {static_cast<double>(k.crossings(n, x.data(), y.data(), px, s.random.below(2) ? 0.0 : 0.5 * s.value()))};
+     }},
     {"rotate",
      [](const Kernels &k, Source &s, Doubles &out) {
          const uint64_t n = s.size();
