@@ -150,12 +150,14 @@ const Case cases[] = {
          k.update2_accumulate(rows, n, out.data(), n, u.data(), y.data(), x.data(), v.data(), t.data(),
                               out.data() + rows * n);
      }},
-    {"rotate_tau",
+    {"rotate_with_rows",
      [](const Kernels &k, Source &s, Doubles &out) {
-         const uint64_t n = s.size();
-         const double sine = s.value();
-         out = s.values(2 * n);
-         k.rotate_tau(n, sine, s.value(), out.data(), out.data() + n);
+         const uint64_t n = s.size(), first = s.random.below(n + 1), count = s.random.below(10);
+         const Doubles s_tau = s.values(2 * count);
+         out = s.values((count + 1) * n);
+         std::vector<double *> rows(count + 1);
+         for (uint64_t i = 0; i < count; i++) rows[i] = out.data() + (i + 1) * n;
+         k.rotate_with_rows(count, first, n, s_tau.data(), out.data(), rows.data());
      }},
     {"crossings",
      [](const Kernels &k, Source &s, Doubles &out) {
