@@ -63,6 +63,9 @@ public:
         return bisect(lo, hi);
     }
 
+    // Where hunting from lo ends at once.
+    bool stays(int64_t lo) const { return lo >= 0 && lo < n_ - 1 && beyond(lo) && (x_ < table_[lo + 1]) == ascending_; }
+
     int64_t whole() const { return bisect(0, n_ - 1); }
 
 private:
@@ -89,6 +92,15 @@ uint32_t settle(sarvo_nr_itpl *record, int64_t lo) {
 uint32_t locate(sarvo_nr_itpl *record, double x) { return settle(record, Search(*record, x).whole()); }
 
 uint32_t hunt(sarvo_nr_itpl *record, double x) { return settle(record, Search(*record, x).hunt(record->last)); }
+
+// The place for the spline: a record that hunts and whose place stays is left alone, so that no query waits for the
+// one before to have written it.
+uint32_t spline_place(sarvo_nr_itpl *record, double x) {
+    if (record->correlated != 1) return locate(record, x);
+    if (record->m == 2 && record->hunt_distance >= 0 && Search(*record, x).stays(record->last))
+        return static_cast<uint32_t>(record->last);
+    return hunt(record, x);
+}
 
 // u is work space for n - 1 values.
 void second_derivatives(int32_t n, const double *x, const double *y, double yp0, double ypn, double *u, double *y2) {
@@ -171,7 +183,7 @@ uint32_t sarvo_nr_itpl_locate(sarvo_nr_itpl *record, double x) { return nr::loca
 uint32_t sarvo_nr_itpl_hunt(sarvo_nr_itpl *record, double x) { return nr::hunt(record, x); }
 
 sarko_error_t sarvo_nr_itpl_cspline(sarvo_nr_itpl *record, double *result, double x) {
-    const uint32_t lo = record->correlated == 1 ? nr::hunt(record, x) : nr::locate(record, x);
+    const uint32_t lo = nr::spline_place(record, x);
     const uint32_t hi = lo + 1;
     const double h = record->x[hi] - record->x[lo];
     if (h == 0.0) return fail(SarvoNrStepEC);

@@ -3,12 +3,14 @@
 // The stated rotation of (p, q) takes pairs from two columns of the upper triangle and of V. Here both triangles are
 // kept, and V transposed beside them, so that the pairs stand in two rows:
 //
-//     row k:  a(k,0) .. a(k,n-1) 0 ..  V(0,k) .. V(n-1,k) 0 ..      one vector operation per rotation
+//     row k:  a(k,0) .. a(k,n-1) 0 ..  V(0,k) .. V(n-1,k) 0 ..
 //
-// and what a row has become is written to its column before it is read there. While p turns with the q behind it,
-// elements (q, j) of the rows q are right for all j; columns q of the rows behind p follow a group of q later, column p
-// after all q, and the rows before p, which are not read again in this sweep, at its end. On the diagonal, and for a
-// while in column p, stand values without meaning: the diagonal is d, and no other element is computed from them.
+// The rotations (p, q) of eight q are found in the window of their columns first, since each needs only elements there
+// that the ones before have turned; then all are applied to the other columns, and those to V while the next ones are
+// found: finding is a chain of divisions and square roots. What a row has become is written to its column before it is
+// read there: columns q of the rows behind p after each group, column p after all q, and the rows before p, which are
+// not read again in this sweep, at its end. On the diagonal, and for a while in column p, stand values without
+// meaning: the diagonal is d, and no other element is computed from them.
 #include <sarvo/nr/jacobi.h>
 
 #include "core/fail.h"
@@ -17,12 +19,26 @@
 namespace sarvo::nr {
 namespace {
 
-constexpr uint64_t group_size = 8; // rows whose columns are written together; doubles in a cache line
+constexpr uint64_t group_size = 8; // rows that turn together; doubles in a cache line
 
 double magnitude(double x) { return __builtin_fabs(x); }
 
 struct Rotation {
-    double t, s, tau;
+    double s, tau;
+};
+
+// Rotations of row p with rows of one group, found and not yet applied to all columns.
+struct Batch {
+    uint64_t count = 0;
+    double s_tau[2 * group_size];
+    double *p;
+    double *rows[group_size];
+
+    void add(Rotation r, double *row) {
+        s_tau[2 * count] = r.s;
+        s_tau[2 * count + 1] = r.tau;
+        rows[count++] = row;
+    }
 };
 
 class Iteration {
@@ -31,6 +47,7 @@ public:
     [[nodiscard]] sarko_error_t prepare(uint64_t n) {
         n_ = n;
         width_ = (n + group_size - 1) / group_size * group_size;
+        pending_column_ = 2 * width_;
         ld_ = 2 * width_ + group_size; // an odd number of cache lines: columns do not fall together
         uint64_t count;
         if (__builtin_mul_overflow(n, ld_ + 2, &count)) count = UINT64_MAX; // which the allocator refuses
@@ -89,6 +106,8 @@ private:
     uint64_t n_ = 0, width_ = 0, ld_ = 0;
     double *b_ = nullptr, *z_ = nullptr, *d_ = nullptr;
     double tol_ = 0.0;
+    Batch pending_; // has turned all columns but those of V from pending_column_ on
+    uint64_t pending_column_ = 0;
 
     double *row(uint64_t i) const { return storage_.get() + i * ld_; }
 
@@ -108,32 +127,65 @@ private:
     void sweep(double tresh, bool late) {
         for (uint64_t p = 0; p < n_; p++) {
             for (uint64_t first = p + 1, end; first < n_; first = end) {
-                end = (first / group_size + 1) * group_size;
-                if (end > n_) end = n_;
-                if (turn_group(p, first, end, tresh, late)) mirror(p, first, end);
+                const uint64_t base = first / group_size * group_size;
+                end = base + group_size < n_ ? base + group_size : n_;
+                Batch batch;
+                batch.p = row(p);
+                find_rotations(p, first, end, tresh, late, &batch);
+                if (batch.count == 0) continue;
+                apply(batch, 0, base);
+                apply(batch, base + group_size, width_);
+                mirror(p, first, end);
+                finish(); // of a batch without a successor, which found nothing
+                pending_ = batch;
+                pending_column_ = width_;
             }
             for (uint64_t q = p + 1; q < n_; q++) row(q)[p] = row(p)[q];
         }
+        finish();
         for (uint64_t q = 0; q < n_; q++)
             for (uint64_t j = 0; j < q; j++) row(j)[q] = row(q)[j];
     }
 
-    // Rotations (p, q), q = first .. end-1; true when there were any.
-    bool turn_group(uint64_t p, uint64_t first, uint64_t end, double tresh, bool late) {
-        bool turned = false;
+    void apply(const Batch &batch, uint64_t first, uint64_t last) const {
+        if (first < last) kernels_.rotate_with_rows(batch.count, first, last, batch.s_tau, batch.p, batch.rows);
+    }
+
+    // Some more columns of V, or all that are left, turn by the batch before.
+    void advance() {
+        const uint64_t some = (width_ / group_size + group_size - 1) / group_size * group_size;
+        const uint64_t last = pending_column_ + some < 2 * width_ ? pending_column_ + some : 2 * width_;
+        apply(pending_, pending_column_, last);
+        pending_column_ = last;
+    }
+    void finish() {
+        apply(pending_, pending_column_, 2 * width_);
+        pending_column_ = 2 * width_;
+    }
+
+    // Rotations (p, q), q = first .. end-1, made in the columns of the group alone, where both triangles are kept alike.
+    void find_rotations(uint64_t p, uint64_t first, uint64_t end, double tresh, bool late, Batch *batch) {
+        const uint64_t base = first / group_size * group_size;
+        double *x = row(p);
         for (uint64_t q = first; q < end; q++) {
-            double &a = row(p)[q];
+            const double a = x[q];
             const double g = 100.0 * magnitude(a);
-            if (late && magnitude(d_[p]) * tol_ >= g && magnitude(d_[q]) * tol_ >= g) a = 0.0;
+            if (late && magnitude(d_[p]) * tol_ >= g && magnitude(d_[q]) * tol_ >= g) x[q] = 0.0;
             else if (magnitude(a) > tresh) {
                 const Rotation r = annihilate(a, g, p, q);
-                kernels_.rotate_tau(2 * width_, r.s, r.tau, row(p), row(q));
-                a = 0.0;
-                for (uint64_t j = first; j < end; j++) row(j)[q] = row(q)[j];
-                turned = true;
+                double *y = row(q);
+                for (uint64_t j = base; j < end; j++) {
+                    const double xj = x[j];
+                    const double yj = y[j];
+                    x[j] = xj - r.s * (yj + xj * r.tau);
+                    y[j] = yj + r.s * (xj - yj * r.tau);
+                    if (j >= first) row(j)[q] = y[j];
+                }
+                x[q] = 0.0;
+                batch->add(r, y);
+                if (pending_column_ < 2 * width_) advance();
             }
         }
-        return turned;
     }
 
     // The rotation that makes a = a(p,q) vanish, and what it does to the diagonal.
@@ -153,7 +205,7 @@ private:
         z_[q] += h;
         d_[p] -= h;
         d_[q] += h;
-        return {t, s, s / (1.0 + c)};
+        return {s, s / (1.0 + c)};
     }
 
     // Columns first .. end-1 of the rows behind p get what the rows have become; of these rows themselves they have it.

@@ -15,7 +15,7 @@
     uint64_t min_index(uint64_t, const double *);                                                                      \
     uint64_t max_index(uint64_t, const double *);                                                                      \
     uint64_t crossings(uint64_t, const double *, const double *, double, double);                                      \
-    void rotate_tau(uint64_t, double, double, double *, double *);                                                     \
+    void rotate_with_rows(uint64_t, uint64_t, uint64_t, const double *, double *, double *const *);                    \
     double max_abs(uint64_t, const double *);                                                                          \
     void dot_rows(uint64_t, uint64_t, const double *, uint64_t, const double *, double *);                             \
     void max_abs_rows(uint64_t, uint64_t, const double *, uint64_t, double *);                                         \

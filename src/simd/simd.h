@@ -124,8 +124,10 @@ struct Kernels {
 
     // ---- Rotations: (x, y) becomes (c x + s y, c y - s x) ----
     void (*rotate)(uint64_t n, double c, double s, double *x, double *y);
-    // x(i) = x(i) - s (y(i) + x(i) tau), y(i) = y(i) + s (x(i) - y(i) tau), of the old x(i), y(i)
-    void (*rotate_tau)(uint64_t n, double s, double tau, double *x, double *y);
+    // For y = rows[k], k = 0 .. count-1 ascending, s, tau = s_tau[2k], s_tau[2k + 1], of the old x(i), y(i):
+    // x(i) = x(i) - s (y(i) + x(i) tau), y(i) = y(i) + s (x(i) - y(i) tau), i = first .. last-1.
+    void (*rotate_with_rows)(uint64_t count, uint64_t first, uint64_t last, const double *s_tau, double *x,
+                             double *const *rows);
     // `sweeps` sweeps of rotations on the rows of a, one after the other. Sweep q rotates rows j and j+1, j = first ..
     // last-1 ascending, by c, s = cs[q ldcs + 2j], cs[q ldcs + 2j + 1]. n columns, leading dimension lda.
     void (*rotate_sweeps)(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,

@@ -150,6 +150,24 @@ const Case cases[] = {
          k.update2_accumulate(rows, n, out.data(), n, u.data(), y.data(), x.data(), v.data(), t.data(),
                               out.data() + rows * n);
      }},
+    {"rotate_with_rows",
+     [](const Kernels &k, Source &s, Doubles &out) {
+         const uint64_t n = s.size(), first = s.random.below(n + 1), count = s.random.below(10);
+         const Doubles s_tau = s.values(2 * count);
+         out = s.values((count + 1) * n);
+         std::vector<double *> rows(count + 1);
+         for (uint64_t i = 0; i < count; i++) rows[i] = out.data() + (i + 1) * n;
+         k.rotate_with_rows(count, first, n, s_tau.data(), out.data(), rows.data());
+     }},
+    {"crossings",
+     [](const Kernels &k, Source &s, Doubles &out) {
+         const uint64_t n = s.size();
+         Doubles x = s.values(n), y = s.values(n);
+         if (s.random.below(2)) // at the height of the point, flat, equal
+             for (uint64_t i = 0; i < n; i++) y[i] = static_cast<double>(s.random.below(3)) - 1.0;
+         const double px = 0.5 * s.value();
+         out = {static_cast<double>(k.crossings(n, x.data(), y.data(), px, s.random.below(2) ? 0.0 : 0.5 * s.value()))};
+     }},
     {"rotate",
      [](const Kernels &k, Source &s, Doubles &out) {
          const uint64_t n = s.size();

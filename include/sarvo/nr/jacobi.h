@@ -42,7 +42,7 @@ SARVO_API sarko_error_t sarvo_nr_jtsm_init(sarvo_nr_jtsm **record);
  * (%zu,%zu) is not available in input matrix (%zu,%zu)." (order, first row, first column, rows, columns); order 0 and a
  * rest that is not square: SarvoNrSizeEC "Input matrix (%zu,%zu) starting from indeces (%zu,%zu) is not square." (rows,
  * columns, first row, first column); the allocator's; SarvoNrIterEC "No convergence after %d rotations" (max_sweeps, a
- * number of sweeps in spite of the text), also for NaN or infinite entries. n is unchanged after any of them; the
+ * number of sweeps in spite of the text), also for NaN entries. n is unchanged after any of them; the
  * contents of V and d are not, once the sizes have been found right.
  * Cost: about 6 n^3 operations a sweep, six to ten sweeps; scratch 2 n^2 doubles. */
 SARVO_API sarko_error_t sarvo_nr_jtsm_compute(const sarvo_matrix *A, uint64_t first_row, uint64_t first_col,

@@ -11,12 +11,17 @@ void rotate(uint64_t n, double c, double s, double *x, double *y) {
     }
 }
 
-void rotate_tau(uint64_t n, double s, double tau, double *x, double *y) {
-    for (uint64_t i = 0; i < n; i++) {
-        const double xi = x[i];
-        x[i] = xi - s * (y[i] + xi * tau);
-        y[i] = y[i] + s * (xi - y[i] * tau);
-    }
+void rotate_with_rows(uint64_t count, uint64_t first, uint64_t last, const double *s_tau, double *x,
+                      double *const *rows) {
+    for (uint64_t k = 0; k < count; k++)
+        for (uint64_t i = first; i < last; i++) {
+            const double s = s_tau[2 * k];
+            const double tau = s_tau[2 * k + 1];
+            const double xi = x[i];
+            const double yi = rows[k][i];
+            x[i] = xi - s * (yi + xi * tau);
+            rows[k][i] = yi + s * (xi - yi * tau);
+        }
 }
 
 void rotate_sweeps(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, const double *cs, uint64_t ldcs,
