@@ -21,6 +21,8 @@ namespace {
 
 constexpr uint64_t group_size = 8; // rows that turn together; doubles in a cache line
 
+constexpr uint64_t least_columns = 32; // of V that turn at a time
+
 double magnitude(double x) { return __builtin_fabs(x); }
 
 struct Rotation {
@@ -153,7 +155,8 @@ private:
 
     // Some more columns of V, or all that are left, turn by the batch before.
     void advance() {
-        const uint64_t some = (width_ / group_size + group_size - 1) / group_size * group_size;
+        const uint64_t eighth = (width_ / group_size + group_size - 1) / group_size * group_size;
+        const uint64_t some = eighth > least_columns ? eighth : least_columns;
         const uint64_t last = pending_column_ + some < 2 * width_ ? pending_column_ + some : 2 * width_;
         apply(pending_, pending_column_, last);
         pending_column_ = last;
@@ -190,13 +193,13 @@ private:
 
     // The rotation that makes a = a(p,q) vanish, and what it does to the diagonal.
     Rotation annihilate(double a, double g, uint64_t p, uint64_t q) {
+        static constexpr double unit[] = {1.0, -1.0}; // the sign is anybody's guess: no branch on it
         const double difference = d_[q] - d_[p];
         double t;
         if (magnitude(difference) * tol_ >= g) t = a / difference;
         else {
             const double theta = 0.5 * difference / a;
-            t = 1.0 / (magnitude(theta) + __builtin_sqrt(1.0 + theta * theta));
-            if (theta < 0.0) t = -t;
+            t = unit[theta < 0.0] / (magnitude(theta) + __builtin_sqrt(1.0 + theta * theta));
         }
         const double c = 1.0 / __builtin_sqrt(1.0 + t * t);
         const double s = t * c;

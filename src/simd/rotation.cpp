@@ -144,6 +144,24 @@ void rotate_all(uint64_t sweeps, uint64_t first, uint64_t last, uint64_t n, cons
     else rotate_strips<Rotation, 4, 2>(sweeps, first, last, n, cs, ldcs, a, lda);
 }
 
+// rotate_with_rows for `width` vectors of columns from i on; x stays in registers.
+template <int width>
+inline void meet_rows(uint64_t count, const double *s_tau, double *x, double *const *rows, uint64_t i) {
+    Row<width> xi = load_row<width>(x + i);
+    for (uint64_t k = 0; k < count; k++) {
+        const Vec s = broadcast(s_tau[2 * k]);
+        const Vec tau = broadcast(s_tau[2 * k + 1]);
+        Row<width> y = load_row<width>(rows[k] + i);
+        for (int v = 0; v < width; v++) {
+            const Vec turned = y.v[v] + s * (xi.v[v] - y.v[v] * tau);
+            xi.v[v] = xi.v[v] - s * (y.v[v] + xi.v[v] * tau);
+            y.v[v] = turned;
+        }
+        store_row<width>(rows[k] + i, y);
+    }
+    store_row<width>(x + i, xi);
+}
+
 } // namespace
 
 void rotate(uint64_t n, double c, double s, double *x, double *y) {
@@ -163,18 +181,10 @@ void rotate(uint64_t n, double c, double s, double *x, double *y) {
 
 void rotate_with_rows(uint64_t count, uint64_t first, uint64_t last, const double *s_tau, double *x,
                       double *const *rows) {
-    uint64_t i = first;
-    for (; i + lanes <= last; i += lanes) { // x stays in a register
-        Vec xi = load(x + i);
-        for (uint64_t k = 0; k < count; k++) {
-            const Vec s = broadcast(s_tau[2 * k]);
-            const Vec tau = broadcast(s_tau[2 * k + 1]);
-            const Vec yi = load(rows[k] + i);
-            store(rows[k] + i, yi + s * (xi - yi * tau));
-            xi = xi - s * (yi + xi * tau);
-        }
-        store(x + i, xi);
-    }
+    uint64_t i = first; // each element of x is a chain of operations: several vectors side by side
+    for (; i + 4 * lanes <= last; i += 4 * lanes) meet_rows<4>(count, s_tau, x, rows, i);
+    for (; i + 2 * lanes <= last; i += 2 * lanes) meet_rows<2>(count, s_tau, x, rows, i);
+    for (; i + lanes <= last; i += lanes) meet_rows<1>(count, s_tau, x, rows, i);
     for (; i < last; i++)
         for (uint64_t k = 0; k < count; k++) {
             const double s = s_tau[2 * k];

@@ -41,17 +41,22 @@ double sarvo_rsamp_mean_variance(const double *x, int32_t n, double *mean_out) {
 void sarvo_rsamp_statistics4(const double *x, int32_t n, double *mean, double *variance, double *skewness,
                              double *kurtosis) {
     double k = 0.0, m = 0.0, M2 = 0.0, M3 = 0.0, M4 = 0.0;
+    double d = n < 1 ? 0.0 : x[0] - m;
+    double dn = d;
     for (int32_t i = 0; i < n; i++) {
         const double k_old = k;
         k += 1.0;
-        const double d = x[i] - m;
-        const double dn = d / k;
+        m += dn;
+        // The next division begins before the moments that wait for nothing: the mean is the longest chain.
+        const double d_next = x[i + 1 < n ? i + 1 : i] - m;
+        const double dn_next = d_next / (k + 1.0);
         const double dn2 = dn * dn;
         const double t = d * dn * k_old;
-        m += dn;
         M4 = M4 + t * dn2 * (k * k - 3.0 * k + 3.0) + 6.0 * dn2 * M2 - 4.0 * dn * M3;
         M3 = M3 + t * dn * (k - 2.0) - 3.0 * dn * M2;
         M2 = M2 + t;
+        d = d_next;
+        dn = dn_next;
     }
     if (mean) *mean = m;
     if (variance && k > 1.0) *variance = M2 / (k - 1.0);
