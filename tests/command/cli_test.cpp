@@ -50,7 +50,7 @@ TEST(Command, ExitCodesTellWhatHappened) {
          "there is no column 'weihgt' for the weights. Did you mean 'weight'?"},
         {"negative weight", "fit 'c1 ~ a' - --start a=1 --weights c2", "1 1\n2 -1\n", 2,
          "the weight is negative in row 2"},
-        {"no such file", "fit 'y ~ a*x' nowhere.csv --start a=1", "", 3, "nowhere.csv: cannot be opened"},
+        {"no such file", "fit 'y ~ a*x' nowhere.csv --start a=1", "", 4, "nowhere.csv: cannot be opened"},
         {"bad cell", "fit 'y ~ a*x' - --start a=1", "y,x\n1,2\n3,z\n", 3,
          "standard input:3:3: 'z' is not a number (column 'x')"},
         {"empty input", "fit 'y ~ a*x' - --start a=1", "", 3, "there is no data"},

@@ -81,7 +81,7 @@ TEST(Curves, RefuseWhatMakesNoSense) {
         {"sample 'x' 1 0", "", 2, "FROM must be less than TO"},
         {"sample 'x' 0 inf", "", 2, "FROM and TO must be finite numbers"},
         {"sample 'x' 0 1 --plot x.gif", "", 2, "ends in .svg or .png"},
-        {"sample 'x' 0 1 --plot /nowhere/x.svg", "", 3, "/nowhere/x.svg: cannot be written"},
+        {"sample 'x' 0 1 --plot /nowhere/x.svg", "", 4, "/nowhere/x.svg: cannot be written"},
         {"interp -", "0,1\n1,2\n", 2, "say where: --at X,... or --grid FROM:TO:N"},
         {"interp - --grid 0:1:1", "0,1\n1,2\n", 2, "--grid takes FROM:TO:N"},
         {"interp - --at x", "0,1\n1,2\n", 2, "--at: 'x' is not a finite number"},

@@ -95,7 +95,7 @@ TEST(Reader, NamesFilesThatCannotBeRead) {
             (void)command::read_table(path);
             ADD_FAILURE() << path << " was read";
         } catch (const command::Failure &e) {
-            EXPECT_EQ(e.code(), command::exit_input);
+            EXPECT_EQ(e.code(), command::exit_file);
             EXPECT_EQ(std::string(e.what()).rfind(std::string(path) + ": cannot be ", 0), 0u) << e.what();
         }
     }

@@ -123,7 +123,7 @@ TEST(SolveCommand, ExitCodesTellWhatHappened) {
         {"solve -", singular, 1, "the matrix is singular: a pivot is zero. --method lsqr"},
         {"solve - --method lsqr --precond ilu", spd, 2, "lsqr takes --precond none or jacobi"},
         {"solve - --method bicgstab --max-steps 1 --precond none", spd, 1, ""},
-        {"solve nowhere.mtx", "", 3, "nowhere.mtx: cannot be opened"},
+        {"solve nowhere.mtx", "", 4, "nowhere.mtx: cannot be opened"},
         {"solve -", "1 2 3\n", 3, "standard input:1:1: a Matrix Market file begins with"},
         {"solve - -", spd, 2, "only one of A and B can be standard input"},
     };

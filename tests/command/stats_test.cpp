@@ -57,7 +57,7 @@ TEST(Stats, RefusesWhatItCannotRead) {
         int code;
         const char *message;
     } rows[] = {
-        {"stats nowhere.csv", "", 3, "nowhere.csv: cannot be opened"},
+        {"stats nowhere.csv", "", 4, "nowhere.csv: cannot be opened"},
         {"stats -", "y\n", 3, "standard input: there is a header but no data"},
         {"stats -", "y\n1\nx\n", 3, "standard input:3:1: 'x' is not a number (column 'y')"},
         {"stats - --columns z", "y\n1\n", 2, "there is no column 'z'"},

@@ -110,7 +110,7 @@ int run(int argc, char **argv) {
     } catch (const Failure &e) {
         return complain(e.what(), e.code());
     } catch (const std::exception &e) {
-        return complain(e.what(), exit_input);
+        return complain(e.what(), exit_numerical);
     }
     return exit_usage;
 }

@@ -28,7 +28,7 @@ void constants(const char *name, const std::string &dbl, const std::string &flt)
 }
 
 int print_info() {
-    if (sarvo_initialize() != 0) throw Failure(exit_not_converged, "the library cannot start");
+    if (sarvo_initialize() != 0) throw Failure(exit_numerical, "the library cannot start");
     std::printf("sarvo %s\n\n", sarvo_version_string());
     line("kernels", std::string(sarvo::simd::kernels().level) + " (of " + available() + ")");
     line("compiler", SARVO_BUILD_COMPILER);

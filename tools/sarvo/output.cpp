@@ -11,14 +11,14 @@ namespace command {
 
 void write_out(const std::string &text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
-        throw input_error("the result could not be written");
+        throw file_error("the result could not be written");
 }
 
 void write_file(const std::string &text, const std::string &path) {
     FILE *file = std::fopen(path.c_str(), "wb");
-    if (!file) throw input_error(path + ": cannot be written: " + std::strerror(errno));
+    if (!file) throw file_error(path + ": cannot be written: " + std::strerror(errno));
     const bool whole = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    if (std::fclose(file) != 0 || !whole) throw input_error(path + ": cannot be written: " + std::strerror(errno));
+    if (std::fclose(file) != 0 || !whole) throw file_error(path + ": cannot be written: " + std::strerror(errno));
 }
 
 } // namespace command

@@ -90,7 +90,7 @@ std::string Image::png() const {
     std::string packed(size, '\0');
     if (compress2(reinterpret_cast<Bytef *>(packed.data()), &size, reinterpret_cast<const Bytef *>(raw.data()),
                   static_cast<uLong>(raw.size()), 9) != Z_OK)
-        throw input_error("the picture could not be compressed");
+        throw Failure(exit_numerical, "the picture could not be compressed");
     packed.resize(size);
     std::string out = "\x89PNG\r\n\x1a\n", header;
     big_endian(header, static_cast<uint32_t>(width_));

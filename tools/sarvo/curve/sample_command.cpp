@@ -61,7 +61,7 @@ Curve sample(const Arguments &a, double from, double to) {
     const std::unique_ptr<sarvo_fsampler_1d_t, Free> sampler(sarvo_fsampler_1d_new(&options));
     const auto add = [&](double x) {
         if (!sampler || sarvo_fsampler_1d_add(sampler.get(), x, value(x), 0) != 0)
-            throw Failure(exit_not_converged, "out of memory");
+            throw Failure(exit_numerical, "out of memory");
     };
     for (int i = 0; i < a.initial; i++) add(i == a.initial - 1 ? to : from + (to - from) * i / (a.initial - 1));
     Curve curve;

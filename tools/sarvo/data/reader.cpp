@@ -148,7 +148,7 @@ bool RowReader::next_line(std::string *line) {
         const size_t first = line->find_first_not_of(" \t");
         if (first != std::string::npos && (*line)[first] != '#' && (*line)[first] != '%') return true;
     }
-    if (stream_.bad()) throw input_error(source_ + ": cannot be read");
+    if (stream_.bad()) throw file_error(source_ + ": cannot be read");
     return false;
 }
 

@@ -7,7 +7,7 @@
 
 namespace command {
 
-// The whole file, "-" being standard input. Throws input_error.
+// The whole file, "-" being standard input. Throws file_error.
 std::string read_text(const std::string &path);
 
 // What messages call it.

@@ -22,7 +22,7 @@ struct Table {
     std::optional<size_t> find(std::string_view name) const;
 };
 
-// Reads a table from a file, "-" being standard input. See parse_table. Throws input_error.
+// Reads a table from a file, "-" being standard input. See parse_table. Throws file_error.
 Table read_table(const std::string &path);
 
 // Reads a table from text. Comments (# or % first in a line) and blank lines are skipped; cells are separated by the

@@ -30,7 +30,7 @@ const char *const footer =
     "lines that begin with # or % are skipped.\n"
     "\n"
     "Parameters are found by Levenberg-Marquardt iteration with exact derivatives.\n"
-    "Exit codes: 0 converged, 1 not converged (the last state is printed), 2 usage, 3 unreadable input.\n"
+    "Exit codes: 0 converged, 1 not converged (the last state is printed), 2 usage, 3 bad input, 4 file not readable or writable.\n"
     "\n"
     "Examples:\n"
     "  sarvo fit 'y ~ b1*(1-exp(-b2*x))' misra1a.csv --start b1=500,b2=1e-4\n"
@@ -65,7 +65,7 @@ int run_fit(const Arguments &arguments) {
                              : arguments.format == "csv" ? fit_csv(result)
                                                          : fit_table(result, options, arguments.digits);
     write_out(text);
-    return result.converged ? exit_done : exit_not_converged;
+    return result.converged ? exit_done : exit_numerical;
 }
 
 // A validator whose name stays out of the help.

@@ -31,7 +31,7 @@ const char *const footer =
     "auto takes chol for symmetric positive definite matrices, lu for other square ones, lsqr for the rest.\n"
     "Orders: natural, rcm (reverse Cuthill-McKee), amd (approximate minimum degree, the default).\n"
     "Preconditioners: none, jacobi (the diagonal), ich and ilu (factors without fill).\n"
-    "Exit codes: 0 solved, 1 not solved (the best iterate is printed), 2 usage, 3 unreadable input.\n"
+    "Exit codes: 0 solved, 1 not solved (the best iterate is printed), 2 usage, 3 bad input, 4 file not readable or writable.\n"
     "\n"
     "Examples:\n"
     "  sarvo solve A.mtx\n"
@@ -90,7 +90,7 @@ int run_solve(const Arguments &a) {
               : a.format == "csv" ? solve_csv(result)
                                   : solve_table(result, a.digits));
     if (!a.output.empty()) write_file(solution_market(result), a.output);
-    return result.converged ? exit_done : exit_not_converged;
+    return result.converged ? exit_done : exit_numerical;
 }
 
 // A validator whose name stays out of the help.

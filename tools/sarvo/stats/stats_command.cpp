@@ -72,7 +72,7 @@ std::vector<Summary> summarise(const Arguments &a, const std::vector<double> &p)
     std::ifstream file;
     if (!standard_input) {
         file.open(a.data, std::ios::binary);
-        if (!file) throw input_error(a.data + ": cannot be opened: " + std::strerror(errno));
+        if (!file) throw file_error(a.data + ": cannot be opened: " + std::strerror(errno));
     }
     RowReader reader(standard_input ? std::cin : file, source_name(a.data));
     Table header;
