@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "answer/text.h"
 #include "curve/plot_scale.h"
-#include "text.h"
 
 namespace command {
 namespace {

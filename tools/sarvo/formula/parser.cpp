@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "errors.h"
-#include "suggest.h"
+#include "line/suggest.h"
 
 namespace command::formula {
 namespace {

@@ -1,5 +1,5 @@
 // The command line over CLI11.
-#include "app.h"
+#include "line/app.h"
 
 #include <cstdio>
 #include <exception>
@@ -10,9 +10,9 @@
 #include <sarvo/sarvo.h>
 
 #include "errors.h"
+#include "line/subcommands.h"
+#include "line/suggest.h"
 #include "numbers.h"
-#include "subcommands.h"
-#include "suggest.h"
 
 namespace command {
 namespace {
