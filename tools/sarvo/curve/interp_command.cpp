@@ -149,7 +149,7 @@ Run add_interp(CLI::App &app) {
     option(app, "--grid", a->grid, "FROM:TO:N", "N places from FROM to TO, evenly");
     option(app, "--x", a->x, "COLUMN", "Column of abscissae (default the first)");
     option(app, "--y", a->y, "COLUMN", "Column of ordinates (default the second)");
-    choice(app, "--method", a->method, "spline|linear", "Default spline");
+    choice(app, "--method", a->method, "spline|linear", "Method (default spline)");
     option(app, "--left", a->left, "X", "Slope of the spline at the first point (default natural)");
     option(app, "--right", a->right, "X", "Slope of the spline at the last point (default natural)");
     option(app, "--plot", a->plot, "FILE", "Draw instead: FILE.svg, FILE.png, or - for the terminal");

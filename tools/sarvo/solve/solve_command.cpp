@@ -93,7 +93,7 @@ Run add_solve(CLI::App &app) {
              "sarvo solve A.mtx b.txt --order rcm --format json --output x.mtx"});
     argument(app, "A", a->matrix, "Matrix, a Matrix Market file or -")->required();
     argument(app, "B", a->right, "Right-hand side");
-    choice(app, "--method", a->solve.method, "auto|chol|lu|cg|minres|gmres|bicgstab|lsqr", "Default auto");
+    choice(app, "--method", a->solve.method, "auto|chol|lu|cg|minres|gmres|bicgstab|lsqr", "Method (default auto)");
     choice(app, "--precond", a->solve.precond, "auto|none|jacobi|ich|ilu", "Preconditioner (default auto)");
     choice(app, "--order", a->solve.order, "auto|natural|rcm|amd", "Order of elimination (default auto)");
     option(app, "--tol", a->solve.tolerance, 0.0, HUGE_VAL, "X",
