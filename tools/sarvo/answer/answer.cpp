@@ -6,26 +6,27 @@
 #include <limits>
 
 namespace command {
-namespace {
 
-class Hash {
-public:
-    void add(uint64_t word) {
-        for (int i = 0; i < 8; i++) state_ = (state_ ^ (word >> 8 * i & 0xFF)) * 0x100000001b3;
-    }
-    void add(const Value &value) {
-        if (const auto *x = std::get_if<double>(&value))
-            add(std::bit_cast<uint64_t>(std::isnan(*x) ? std::numeric_limits<double>::quiet_NaN() : *x));
-        else if (const auto *n = std::get_if<int64_t>(&value)) add(static_cast<uint64_t>(*n));
-        else if (const auto *yes = std::get_if<bool>(&value)) add(uint64_t{*yes});
-    }
-    uint64_t state() const { return state_; }
+void Fingerprint::add_word(uint64_t word) {
+    for (int i = 0; i < 8; i++) state_ = (state_ ^ (word >> 8 * i & 0xFF)) * 0x100000001b3;
+}
 
-private:
-    uint64_t state_ = 0xcbf29ce484222325;
-};
+void Fingerprint::add(double x) {
+    add_word(std::bit_cast<uint64_t>(std::isnan(x) ? std::numeric_limits<double>::quiet_NaN() : x));
+}
 
-} // namespace
+void Fingerprint::add(const Value &value) {
+    if (const auto *x = std::get_if<double>(&value)) add(*x);
+    else if (const auto *n = std::get_if<int64_t>(&value)) add_word(static_cast<uint64_t>(*n));
+    else if (const auto *yes = std::get_if<bool>(&value)) add_word(uint64_t{*yes});
+}
+
+std::string Fingerprint::text() const {
+    static constexpr char digits[] = "0123456789abcdef";
+    std::string all;
+    for (int i = 60; i >= 0; i -= 4) all += digits[state_ >> i & 15];
+    return all;
+}
 
 Grid &Answer::list(std::string key, std::string title, std::string what, const std::vector<double> &values) {
     const std::string column = key;
@@ -45,19 +46,19 @@ Grid &Answer::matrix(std::string key, std::string title, const double *values, s
     return made;
 }
 
-uint64_t fingerprint(const Answer &answer) {
-    Hash hash;
+Fingerprint fingerprint(const Answer &answer) {
+    Fingerprint all;
     for (const auto &part : answer.parts) {
         if (const auto *fact = std::get_if<Fact>(&part)) {
-            if (!fact->varies) hash.add(fact->value);
+            if (!fact->varies) all.add(fact->value);
             continue;
         }
         const Grid &grid = std::get<Grid>(part);
         if (grid.varies) continue;
         for (const auto &row : grid.rows)
-            for (const Value &value : row) hash.add(value);
+            for (const Value &value : row) all.add(value);
     }
-    return hash.state();
+    return all;
 }
 
 } // namespace command

@@ -63,9 +63,21 @@ struct Answer {
     Grid &matrix(std::string key, std::string title, const double *values, size_t rows, size_t columns);
 };
 
-// A hash of the bits of all numbers of the answer that do not vary, in their order (FNV-1a, 64 bits, little end first;
-// every NaN counts as the same).
-uint64_t fingerprint(const Answer &answer);
+// A hash of the bits of numbers in their order: FNV-1a, 64 bits, little end first; every NaN counts as the same.
+class Fingerprint {
+public:
+    void add(double x);
+    void add(const Value &value); // texts and nothing are passed over
+    uint64_t state() const { return state_; }
+    std::string text() const; // 16 hexadecimal digits
+
+private:
+    void add_word(uint64_t word);
+    uint64_t state_ = 0xcbf29ce484222325;
+};
+
+// Of all numbers of the answer that do not vary.
+Fingerprint fingerprint(const Answer &answer);
 
 struct OutputOptions {
     std::string format; // table, csv, tsv, json, md; empty: table on a terminal, else tsv
@@ -73,6 +85,9 @@ struct OutputOptions {
     bool hex = false;   // numbers in hexadecimal, exactly
     bool fingerprint = false;
 };
+
+// The form that is meant: "tsv" or "table" where none was said.
+std::string resolved_format(const OutputOptions &options);
 
 std::string formatted(const Answer &answer, const OutputOptions &options);
 

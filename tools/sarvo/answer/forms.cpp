@@ -241,30 +241,27 @@ std::string as_json(const Answer &answer, const Printer &printer) {
     return text + "\n}\n";
 }
 
-std::string fingerprint_text(const Answer &answer) {
-    static constexpr char digits[] = "0123456789abcdef";
-    const uint64_t hash = fingerprint(answer);
-    std::string text;
-    for (int i = 60; i >= 0; i -= 4) text += digits[hash >> i & 15];
-    return text;
-}
-
 } // namespace
+
+std::string resolved_format(const OutputOptions &options) {
+    if (!options.format.empty()) return options.format;
+    return isatty(STDOUT_FILENO) == 1 ? "table" : "tsv";
+}
 
 std::string formatted(const Answer &answer, const OutputOptions &options) {
     if (options.fingerprint) {
         Answer with = answer;
-        with.fact("fingerprint", "fingerprint", fingerprint_text(answer));
+        with.fact("fingerprint", "fingerprint", fingerprint(answer).text());
         OutputOptions without = options;
         without.fingerprint = false;
         return formatted(with, without);
     }
     const Printer printer(options);
-    if (options.format == "json") return as_json(answer, printer);
-    if (options.format == "csv") return as_separated(answer, printer, ',');
-    if (options.format == "md") return as_markdown(answer, printer);
-    const bool table = options.format.empty() ? isatty(STDOUT_FILENO) == 1 : options.format == "table";
-    return table ? as_table(answer, printer) : as_separated(answer, printer, '\t');
+    const std::string format = resolved_format(options);
+    if (format == "json") return as_json(answer, printer);
+    if (format == "md") return as_markdown(answer, printer);
+    if (format == "table") return as_table(answer, printer);
+    return as_separated(answer, printer, format == "csv" ? ',' : '\t');
 }
 
 void print(const Answer &answer, const OutputOptions &options) { write_out(formatted(answer, options)); }
