@@ -7,8 +7,10 @@
 namespace command {
 
 std::optional<double> parse_number(std::string_view text) {
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    if (!text.empty() && text.front() == '+') return std::nullopt;
+    if (!text.empty() && text.front() == '+') {
+        text.remove_prefix(1);
+        if (!text.empty() && (text.front() == '+' || text.front() == '-')) return std::nullopt; // one sign
+    }
     double x = 0.0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), x);
     if (error != std::errc{} || end != text.data() + text.size() || text.empty()) return std::nullopt;

@@ -81,11 +81,11 @@ public:
     explicit Tally(bool with_fingerprint) : with_fingerprint_(with_fingerprint) {}
 
     void add(std::span<const double> block) {
-        double mean = 0.0, variance = 0.0;
+        double mean = 0.0;
+        const double variance = sarvo_rsamp_mean_variance(block.data(), static_cast<int32_t>(block.size()), &mean);
         const auto n = static_cast<double>(block.size()), before = static_cast<double>(count_);
-        sarvo_rsamp_mean_variance(block.data(), block.size(), &mean, &variance);
         const double shift = mean - mean_, all = before + n; // the blocks joined (Chan, Golub, LeVeque, 1979)
-        squares_ += (n > 1.0 ? variance * (n - 1.0) : 0.0) + shift * shift * before * n / all;
+        squares_ += variance * (n - 1.0) + shift * shift * before * n / all;
         mean_ += shift * n / all;
         count_ += block.size();
         if (with_fingerprint_)

@@ -39,12 +39,17 @@ struct Arguments {
     OutputOptions form;
 };
 
+void refuse_complex(const MarketMatrix &m) {
+    if (m.complex) throw input_error(m.source + ": the matrix is complex, only real systems are solved");
+}
+
 // One column of numbers, from either kind of file.
 std::vector<double> read_right_side(const std::string &path, int32_t rows) {
     const std::string text = read_text(path), source = source_name(path);
     std::vector<double> b;
     if (text.compare(0, 2, "%%") == 0) {
         const MarketMatrix m = parse_market(text, source);
+        refuse_complex(m);
         if (m.cols != 1) throw input_error(source + ": has " + std::to_string(m.cols) + " columns, one is wanted");
         b.assign(static_cast<size_t>(m.rows), 0.0);
         for (const auto &entry : m.entries) b[static_cast<size_t>(entry.row)] = entry.value;
@@ -63,6 +68,7 @@ std::vector<double> read_right_side(const std::string &path, int32_t rows) {
 int run_solve(const Arguments &a) {
     if (a.matrix == "-" && a.right == "-") throw usage_error("only one of A and B can be standard input");
     const MarketMatrix A = read_market(a.matrix);
+    refuse_complex(A);
     std::optional<std::vector<double>> b;
     if (!a.right.empty()) b = read_right_side(a.right, A.rows);
     Progress progress;
