@@ -8,6 +8,7 @@
 #include <sarvo/rng.h>
 
 #include "library.h"
+#include "rng/fill.h"
 
 namespace command {
 namespace {
@@ -109,8 +110,14 @@ Source twister_source(const Deviate &deviate, const std::vector<double> &p, cons
             return static_cast<double>(sarvo_rng_uint64_scale(r, s));
         });
     if (deviate.name == "normal")
-        return each(rng, [mean = p[0], sd = p[1]](sarvo_rng_t *r) { return mean + sarvo_rng_gauss(r, sd); });
-    return each(rng, [shape = p[0], scale = p[1]](sarvo_rng_t *r) { return sarvo_rng_gamma(r, shape, scale); });
+        return [rng, mean = p[0], sd = p[1]](std::span<double> block) {
+            sarvo::rng_fill_gauss(rng.get(), sd, block.size(), block.data());
+            if (mean == 0.0) return;
+            for (double &x : block) x = mean + x;
+        };
+    return [rng, shape = p[0], scale = p[1]](std::span<double> block) {
+        sarvo::rng_fill_gamma(rng.get(), shape, scale, block.size(), block.data());
+    };
 }
 
 Source classic_source(const Deviate &deviate, const std::vector<double> &p, const SourceOptions &options) {
