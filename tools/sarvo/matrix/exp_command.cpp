@@ -52,6 +52,8 @@ int run_exp(const Arguments &a) {
     require_square(input);
     const Dense A = dense(input);
     const Exponential result = exponential(*A, a.accuracy);
+    if (!std::isfinite(norm1(*result.value)))
+        throw Failure(exit_numerical, input.source + ": the exponential overflows");
     Answer answer;
     answer.fact("order", "order", whole(input.rows));
     answer.fact("norm", "norm of A (1-norm)", norm1(*A), 4);
