@@ -163,4 +163,10 @@ TEST(Command, HelpAndInfoTellWhatAPersonNeeds) {
         EXPECT_NE(info.out.find(text), std::string::npos) << text;
 }
 
+TEST(Command, VerifiesEveryKernelAndItsDigestIsThatOfEveryMachine) {
+    const Answer answer = sarvo("info --verify");
+    EXPECT_EQ(answer.exit_code, 0) << answer.out;
+    EXPECT_NE(answer.out.find("\n# differing: 0\n# digest: 0ff7cabc262605aa\n"), std::string::npos) << answer.out;
+}
+
 } // namespace

@@ -9,6 +9,7 @@
 #include "line/options.h"
 #include "line/subcommands.h"
 #include "simd/simd.h"
+#include "verify/verify.h"
 
 namespace command {
 namespace {
@@ -39,9 +40,14 @@ void machine_constants(Answer &answer) {
     row("largest", SarvoDblXmax, double{SarvoFltXmax});
 }
 
-int print_info(const OutputOptions &form) {
+int print_info(const OutputOptions &form, bool verify) {
     check(sarvo_initialize());
     Answer answer;
+    if (verify) {
+        const bool right = verify_kernels(answer);
+        print(answer, form);
+        return right ? exit_done : exit_numerical;
+    }
     const auto fact = [&answer](const char *key, const std::string &text) { answer.fact(key, key, text); };
     fact("version", sarvo_version_string());
     answer.fact("kernels", "kernels", std::string(sarvo::simd::kernels().level), 0, "(of " + available() + ")");
@@ -58,9 +64,11 @@ int print_info(const OutputOptions &form) {
 
 Run add_info(CLI::App &app) {
     const auto form = std::make_shared<OutputOptions>();
-    explain(app, "", {"sarvo info", "sarvo info --format json", "sarvo info | grep kernels"});
+    const auto verify = std::make_shared<bool>(false);
+    explain(app, "", {"sarvo info", "sarvo info --verify", "sarvo info --format json | grep kernels"});
+    app.add_flag("--verify", *verify, "Compare every vector kernel at every level with its literal loop, bit by bit");
     add_output_options(app, *form);
-    return [form] { return print_info(*form); };
+    return [form, verify] { return print_info(*form, *verify); };
 }
 
 } // namespace command
