@@ -7,7 +7,6 @@
 
 #include <sarvo/nr.h>
 
-#include "curve/plot.h"
 #include "data/source.h"
 #include "data/table.h"
 #include "errors.h"
@@ -16,6 +15,7 @@
 #include "line/subcommands.h"
 #include "line/suggest.h"
 #include "numbers.h"
+#include "picture/plot.h"
 
 namespace command {
 namespace {
@@ -127,7 +127,9 @@ int run_interp(const Arguments &a) {
         std::fprintf(stderr, "sarvo: %zu of %zu points lie outside %s .. %s\n", outside, at.size(),
                      shortest(low).c_str(), shortest(high).c_str());
     if (!a.plot.empty()) {
-        write_plot({a.method + " through " + std::to_string(x.size()) + " points", at, values}, a.plot);
+        write_plot({a.method + " through " + std::to_string(x.size()) + " points",
+                    {{at, values, a.method}, {x, y, "data", true}}},
+                   a.plot);
         return exit_done;
     }
     Answer answer;

@@ -7,7 +7,6 @@
 
 #include <sarvo/sampler.h>
 
-#include "curve/plot.h"
 #include "elementary.h"
 #include "errors.h"
 #include "formula/parser.h"
@@ -15,6 +14,7 @@
 #include "line/options.h"
 #include "line/subcommands.h"
 #include "numbers.h"
+#include "picture/plot.h"
 #include "stopwatch.h"
 
 namespace command {
@@ -94,7 +94,7 @@ int run_sample(const Arguments &a) {
     if (!curve.complete)
         std::fprintf(stderr, "sarvo: the limit of %d points was reached before the curve was smooth\n", a.most);
     if (!a.plot.empty()) {
-        write_plot({a.expression + ", " + std::to_string(curve.x.size()) + " points", curve.x, curve.y}, a.plot);
+        write_plot({a.expression + ", " + std::to_string(curve.x.size()) + " points", {{curve.x, curve.y}}}, a.plot);
         return exit_done;
     }
     Answer answer;

@@ -7,6 +7,7 @@
 
 #include "errors.h"
 #include "fit/fit.h"
+#include "fit/fit_plot.h"
 #include "fit/fit_report.h"
 #include "fit/start_values.h"
 #include "line/options.h"
@@ -32,7 +33,7 @@ const char *const prose =
 
 struct Arguments {
     FitOptions fit;
-    std::string data;
+    std::string data, plot;
     std::vector<std::string> start;
     bool verbose = false;
     OutputOptions form;
@@ -47,12 +48,14 @@ void print_iteration(const FitIteration &it) {
 }
 
 int run_fit(const Arguments &arguments) {
+    check_plot_name(arguments.plot);
     FitOptions options = arguments.fit;
     for (const std::string &text : arguments.start)
         for (const auto &item : parse_start(text)) options.start.push_back(item);
     const Table table = read_table(arguments.data);
     const FitResult result =
         fit(table, options, arguments.verbose ? print_iteration : std::function<void(const FitIteration &)>());
+    if (!arguments.plot.empty()) write_plot(fit_plot(table, options, result), arguments.plot);
     print(fit_answer(result, options), arguments.form);
     return result.converged ? exit_done : exit_numerical;
 }
@@ -78,6 +81,7 @@ Run add_fit(CLI::App &app) {
     option(app, "--tolg", a->fit.gradient_tolerance, 0.0, HUGE_VAL, "X", "Gradient tolerance (default 0)");
     option(app, "--max-iterations", a->fit.max_iterations, 1, 1000000000, "N", "Limit of iterations (default 1000)");
     app.add_flag("--verbose", a->verbose, "One line per iteration on standard error");
+    option(app, "--plot", a->plot, "FILE", "Draw data and curve too: FILE.svg, FILE.png, or - for the terminal");
     add_output_options(app, a->form);
     return [a] { return run_fit(*a); };
 }

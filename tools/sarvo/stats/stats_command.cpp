@@ -14,6 +14,7 @@
 #include "line/subcommands.h"
 #include "line/suggest.h"
 #include "numbers.h"
+#include "picture/plot.h"
 #include "progress.h"
 #include "stats/summary.h"
 #include "stopwatch.h"
@@ -29,7 +30,7 @@ const char *const prose =
     "quantiles, a random part if there are more; of files all, unless --keep says otherwise.\n";
 
 struct Arguments {
-    std::string data, weights, columns, quantiles = "0.25,0.5,0.75";
+    std::string data, weights, columns, quantiles = "0.25,0.5,0.75", plot;
     uint64_t keep = 0; // 0: by the kind of the source
     OutputOptions form = {"", 6};
 };
@@ -95,7 +96,7 @@ std::vector<Summary> summarise(const Arguments &a, const std::vector<double> &p)
     progress.clear();
     if (rows == 0) throw input_error(source_name(a.data) + ": there is a header but no data");
     std::vector<Summary> all;
-    for (ColumnSummary &c : columns) all.push_back(c.result(p));
+    for (ColumnSummary &c : columns) all.push_back(c.result(p, a.plot.empty() ? 16 : 40));
     return all;
 }
 
@@ -140,11 +141,33 @@ Answer as_answer(const std::vector<Summary> &all, const std::vector<double> &p, 
     return answer;
 }
 
+// The outline of the bars.
+Plot histogram(const std::vector<Summary> &all) {
+    if (all.size() != 1) throw usage_error("--plot draws one column: say which with --columns");
+    const Summary &s = all[0];
+    Series outline;
+    const auto bins = static_cast<double>(s.histogram.size());
+    const auto add = [&](double x, double y) {
+        outline.x.push_back(x);
+        outline.y.push_back(y);
+    };
+    add(s.min, 0.0);
+    for (size_t i = 0; i < s.histogram.size(); i++) {
+        const double left = static_cast<double>(i) / bins, right = static_cast<double>(i + 1) / bins;
+        for (const double share : {left, right})
+            add(s.min + (s.max - s.min) * share, static_cast<double>(s.histogram[i]));
+        add(s.min + (s.max - s.min) * right, 0.0);
+    }
+    return {s.name + ", " + std::to_string(s.n) + " values", {outline}, s.name, "count"};
+}
+
 int run_stats(const Arguments &a) {
     check(sarvo_initialize());
+    check_plot_name(a.plot);
     const Stopwatch watch;
     const std::vector<double> p = probabilities(a.quantiles);
     const std::vector<Summary> all = summarise(a, p);
+    if (!a.plot.empty()) write_plot(histogram(all), a.plot);
     print(as_answer(all, p, watch.seconds()), a.form);
     return exit_done;
 }
@@ -161,6 +184,7 @@ Run add_stats(CLI::App &app) {
     option(app, "--weights", a->weights, "COLUMN", "Column of weights");
     option(app, "--quantiles", a->quantiles, "P,...", "Probabilities (default 0.25,0.5,0.75)");
     option(app, "--keep", a->keep, uint64_t{1}, uint64_t{1} << 40, "N", "Values a column kept for the quantiles");
+    option(app, "--plot", a->plot, "FILE", "Draw the histogram too: FILE.svg, FILE.png, or - for the terminal");
     add_output_options(app, a->form);
     return [a] { return run_stats(*a); };
 }

@@ -1,5 +1,5 @@
 // Where a picture goes, and so which it is.
-#include "curve/plot.h"
+#include "picture/plot.h"
 
 #include "answer/output.h"
 #include "errors.h"
