@@ -1,4 +1,4 @@
-// Sparse matrix times vector, the matrix by compressed rows: two at a time, whose sums do not wait for each other.
+// Sparse matrix times vector, the matrix by compressed rows: two rows at a time, whose sums do not wait for each other.
 #include <sarvo/scimark.h>
 
 #include "measure.h"
