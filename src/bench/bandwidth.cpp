@@ -120,7 +120,7 @@ sarko_error_t alloc_nonaliased_buffers(uint32_t alignment, void **p1, uint64_t s
     char *free_from = static_cast<char *>(*base);
     for (int i = 0; i < 4; i++)
         if (out[i]) {
-            char *const buffer = align_up(free_from) + (-alignment & masks[i]);
+            char *const buffer = align_up(free_from) + ((uint64_t{0} - alignment) & masks[i]);
             *out[i] = buffer;
             free_from = buffer + size[i];
         }
