@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <new>
 
 namespace command {
 namespace {
@@ -24,20 +26,23 @@ size_t character_begin(std::string_view text, size_t at) {
 
 } // namespace
 
-std::string read_text(const std::string &path) {
+std::string read_text(const std::string &path) try {
     const bool standard_input = path == "-";
-    FILE *file = standard_input ? stdin : std::fopen(path.c_str(), "rb");
+    const std::unique_ptr<FILE, void (*)(FILE *)> file(standard_input ? stdin : std::fopen(path.c_str(), "rb"),
+                                                       [](FILE *f) {
+                                                           if (f != stdin) std::fclose(f);
+                                                       });
     if (!file) throw file_error(path + ": cannot be opened: " + std::strerror(errno));
     std::string text;
     struct stat status;
-    if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode)) text.reserve(static_cast<size_t>(status.st_size));
+    if (fstat(fileno(file.get()), &status) == 0 && S_ISREG(status.st_mode))
+        text.reserve(static_cast<size_t>(status.st_size));
     char block[1 << 16];
-    for (size_t count; (count = std::fread(block, 1, sizeof block, file)) > 0;) text.append(block, count);
-    const bool failed = std::ferror(file) != 0;
-    const int reason = errno;
-    if (!standard_input) std::fclose(file);
-    if (failed) throw file_error(path + ": cannot be read: " + std::strerror(reason));
+    for (size_t count; (count = std::fread(block, 1, sizeof block, file.get())) > 0;) text.append(block, count);
+    if (std::ferror(file.get())) throw file_error(path + ": cannot be read: " + std::strerror(errno));
     return text;
+} catch (const std::bad_alloc &) {
+    throw file_error(path + ": does not fit into memory");
 }
 
 std::string printable(std::string_view text) {
