@@ -21,7 +21,7 @@ need_packages() {
   DEBIAN_FRONTEND=noninteractive "${as_root[@]}" "${install[@]}" -qq > /dev/null
 }
 
-build_packages=(g++ cmake ninja-build libcli11-dev zlib1g-dev)
+build_packages=(g++ cmake ninja-build libcli11-dev zlib1g-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev pkg-config binutils)
 fuzz_packages=(clang libclang-rt-dev)
 bench_packages=(libopenblas-serial-dev liblapacke-dev libeigen3-dev libblis4-serial libfftw3-dev libsuitesparse-dev libboost-dev python3-numpy)

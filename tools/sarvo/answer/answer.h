@@ -29,6 +29,8 @@ struct Column {
     bool exact = false; // shortest digits that read back, also in forms for people
 };
 
+enum class Audience { everybody, people, programs };
+
 struct Grid {
     enum class Shape { records, list, matrix }; // rows with named columns; one named column; no names at all
     std::string key, title;
@@ -38,6 +40,7 @@ struct Grid {
     bool turned = false; // in forms for people the records stand side by side
     size_t shown = 0;    // in forms for people so many rows at most, the middle left out; 0: all
     bool varies = false;
+    Audience audience = Audience::everybody;
 };
 
 // Facts and grids come out in the order in which they were added. The first grid is what the others accompany.
@@ -55,8 +58,11 @@ struct Answer {
     }
     // The reference is good until the next part is added.
     Grid &grid(std::string key, std::string title, std::vector<Column> columns) {
-        Grid grid{std::move(key), std::move(title), Grid::Shape::records, std::move(columns), {}, false, 0, false};
-        return std::get<Grid>(parts.emplace_back(std::move(grid)));
+        Grid &made = std::get<Grid>(parts.emplace_back(Grid()));
+        made.key = std::move(key);
+        made.title = std::move(title);
+        made.columns = std::move(columns);
+        return made;
     }
     // Numbers in a row; people see them numbered, from 1, under `what`.
     Grid &list(std::string key, std::string title, std::string what, const std::vector<double> &values);

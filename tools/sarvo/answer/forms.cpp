@@ -87,8 +87,9 @@ std::string people_value(const Fact &fact, const Printer &printer) {
     return text + (fact.remark.empty() ? "" : " " + fact.remark);
 }
 
-// Calls `facts` for each run of facts and `grid` for each grid, in order.
-template <typename Facts, typename OneGrid> void walk(const Answer &answer, Facts facts, OneGrid one_grid) {
+// Calls `facts` for each run of facts and `grid` for each grid, in order; grids for `others` alone are left out.
+template <typename Facts, typename OneGrid>
+void walk(const Answer &answer, Audience others, Facts facts, OneGrid one_grid) {
     std::vector<const Fact *> run;
     const auto end_run = [&] {
         if (!run.empty()) facts(run);
@@ -96,7 +97,7 @@ template <typename Facts, typename OneGrid> void walk(const Answer &answer, Fact
     };
     for (const auto &part : answer.parts) {
         if (const auto *fact = std::get_if<Fact>(&part)) run.push_back(fact);
-        else {
+        else if (std::get<Grid>(part).audience != others) {
             end_run();
             one_grid(std::get<Grid>(part));
         }
@@ -108,7 +109,7 @@ std::string as_table(const Answer &answer, const Printer &printer) {
     std::string text = answer.headline.empty() ? "" : answer.headline + "\n";
     const auto space = [&text] { text += text.empty() ? "" : "\n"; };
     walk(
-        answer,
+        answer, Audience::programs,
         [&](const std::vector<const Fact *> &facts) {
             Cells cells;
             for (const Fact *fact : facts) cells.push_back({fact->label, people_value(*fact, printer)});
@@ -145,7 +146,7 @@ std::string as_markdown(const Answer &answer, const Printer &printer) {
         for (size_t i = heading ? 1 : 0; i < cells.size(); i++) text += markdown_row(cells[i]);
     };
     walk(
-        answer,
+        answer, Audience::programs,
         [&](const std::vector<const Fact *> &facts) {
             Cells cells;
             for (const Fact *fact : facts) cells.push_back({fact->label, people_value(*fact, printer)});
@@ -184,7 +185,7 @@ std::string as_separated(const Answer &answer, const Printer &printer, char sepa
         body += line + "\n";
     };
     walk(
-        answer,
+        answer, Audience::people,
         [&](const std::vector<const Fact *> &facts) {
             for (const Fact *fact : facts)
                 if (!fact->key.empty()) head += "# " + fact->key + ": " + tab_cell(printer.exact(*fact)) + "\n";
@@ -215,7 +216,7 @@ std::string as_json(const Answer &answer, const Printer &printer) {
     };
     if (!answer.headline.empty()) field("headline", json_string(answer.headline));
     walk(
-        answer,
+        answer, Audience::people,
         [&](const std::vector<const Fact *> &facts) {
             for (const Fact *fact : facts)
                 if (!fact->key.empty())

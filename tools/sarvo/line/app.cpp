@@ -39,6 +39,7 @@ constexpr Subcommand subcommands[] = {
     {"interp", "Interpolate a table by a cubic spline or linearly", add_interp},
     {"dist", "Probabilities, densities and quantiles of distributions", add_dist},
     {"eval", "Evaluate arithmetic and special functions with their error estimates", add_eval},
+    {"bench", "Measure the machine: memory, latency, small numerical programs", add_bench},
     {"completion", "Print the completion script of a shell", add_completion},
     {"manual", "Print the manual page of a subcommand", add_manual},
     {"info", "Show the version, the processor level chosen, machine constants and build flags", add_info},

@@ -11,6 +11,7 @@ namespace command {
 
 using Run = std::function<int()>; // returns the exit code; throws Failure
 
+Run add_bench(CLI::App &app);
 Run add_completion(CLI::App &app);
 Run add_cond(CLI::App &app);
 Run add_conv(CLI::App &app);

@@ -18,6 +18,7 @@ struct Plot {
     std::vector<Series> series;
     std::string x_name, y_name;                            // of the axes; may be empty
     std::vector<std::pair<double, std::string>> x_marks{}; // instead of round numbers
+    bool log_y = false;                                    // only ordinates above 0 are seen then
 
     Plot(std::string title_, std::vector<Series> series_, std::string x_name_ = "", std::string y_name_ = "")
         : title(std::move(title_)),

@@ -146,7 +146,7 @@ std::string plot_png(const Plot &plot) {
     for (size_t number = 0; number < plot.series.size(); number++) {
         const Series &series = plot.series[number];
         auto share = image.no_cover();
-        for (const Run &run : runs(series))
+        for (const Run &run : runs(series, sy))
             for (size_t i = run.begin; i < run.end; i++) {
                 const size_t from = series.points || i == run.begin ? i : i - 1; // a dot, or a line from the last
                 image.cover(sx(series.x[from]), sy(series.y[from]), sx(series.x[i]), sy(series.y[i]),

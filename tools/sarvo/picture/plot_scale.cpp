@@ -10,11 +10,11 @@ namespace command {
 
 namespace {
 
-Scale scale_of(const Plot &plot, std::vector<double> Series::*values, double first, double last) {
+Scale scale_of(const Plot &plot, std::vector<double> Series::*values, double first, double last, bool logarithmic) {
     double low = HUGE_VAL, high = -HUGE_VAL;
     for (const Series &series : plot.series)
-        for (const double v : series.*values)
-            if (std::isfinite(v)) {
+        for (const double value : series.*values)
+            if (const double v = logarithmic ? elementary::log10(value) : value; std::isfinite(v)) {
                 low = std::fmin(low, v);
                 high = std::fmax(high, v);
             }
@@ -24,13 +24,19 @@ Scale scale_of(const Plot &plot, std::vector<double> Series::*values, double fir
         low -= margin;
         high += margin;
     }
-    return {low, high, first, last};
+    return {low, high, first, last, logarithmic};
 }
 
 } // namespace
 
-Scale x_scale(const Plot &plot, double first, double last) { return scale_of(plot, &Series::x, first, last); }
-Scale y_scale(const Plot &plot, double first, double last) { return scale_of(plot, &Series::y, first, last); }
+Scale x_scale(const Plot &plot, double first, double last) { return scale_of(plot, &Series::x, first, last, false); }
+Scale y_scale(const Plot &plot, double first, double last) {
+    return scale_of(plot, &Series::y, first, last, plot.log_y);
+}
+
+double Scale::operator()(double v) const {
+    return first + ((logarithmic ? elementary::log10(v) : v) - low) / (high - low) * (last - first);
+}
 
 std::vector<double> ticks(const Scale &scale, int count) {
     const double raw = (scale.high - scale.low) / count;
@@ -68,23 +74,36 @@ std::vector<Mark> labelled(const std::vector<double> &all) {
 
 std::vector<Mark> x_marks(const Plot &plot, const Scale &scale, int count) {
     if (plot.x_marks.empty()) return labelled(ticks(scale, count));
-    std::vector<Mark> some; // those that find room
-    const size_t step = (plot.x_marks.size() + static_cast<size_t>(count) - 1) / static_cast<size_t>(count);
-    for (size_t i = 0; i < plot.x_marks.size(); i += step) some.push_back(plot.x_marks[i]);
+    std::vector<Mark> inside, some; // those that find room
+    for (const Mark &mark : plot.x_marks)
+        if (mark.first >= scale.low && mark.first <= scale.high) inside.push_back(mark);
+    const size_t step = (inside.size() + static_cast<size_t>(count) - 1) / static_cast<size_t>(count);
+    for (size_t i = 0; i < inside.size(); i += step) some.push_back(inside[i]);
     return some;
 }
 
-std::vector<Mark> y_marks(const Scale &scale, int count) { return labelled(ticks(scale, count)); }
+std::vector<Mark> y_marks(const Scale &scale, int count) {
+    if (!scale.logarithmic) return labelled(ticks(scale, count));
+    std::vector<Mark> marks;
+    const bool powers_only = scale.high - scale.low > 0.4 * count;
+    for (double decade = std::floor(scale.low); decade <= scale.high; decade++)
+        for (const double step : {1.0, 2.0, 5.0}) {
+            const double v = step * elementary::pow(10.0, decade), place = elementary::log10(v);
+            if (place < scale.low - 1e-9 || place > scale.high + 1e-9 || (powers_only && step != 1.0)) continue;
+            marks.emplace_back(v, general(v, 6));
+        }
+    return marks;
+}
 
-std::vector<Run> runs(const Series &plot) {
+std::vector<Run> runs(const Series &plot, const Scale &y) {
     std::vector<Run> all;
     for (size_t i = 0; i < plot.x.size();) {
-        if (!std::isfinite(plot.y[i])) {
+        if (!std::isfinite(y(plot.y[i]))) {
             i++;
             continue;
         }
         const size_t begin = i;
-        while (i < plot.x.size() && std::isfinite(plot.y[i])) i++;
+        while (i < plot.x.size() && std::isfinite(y(plot.y[i]))) i++;
         all.push_back({begin, i});
     }
     return all;

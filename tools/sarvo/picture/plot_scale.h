@@ -8,9 +8,10 @@
 namespace command {
 
 struct Scale {
-    double low, high;   // data
-    double first, last; // pixels of low and high; first > last for y, which grows upward
-    double operator()(double v) const { return first + (v - low) / (high - low) * (last - first); }
+    double low, high;         // data
+    double first, last;       // pixels of low and high; first > last for y, which grows upward
+    bool logarithmic = false; // low and high are those of the logarithm to base 10
+    double operator()(double v) const;
 };
 
 // The range of the finite values of all series, widened where it is empty.
@@ -25,10 +26,10 @@ using Mark = std::pair<double, std::string>;
 std::vector<Mark> x_marks(const Plot &plot, const Scale &scale, int count);
 std::vector<Mark> y_marks(const Scale &scale, int count);
 
-// The runs of points with finite values.
+// The runs of points that have a place.
 struct Run {
     size_t begin, end;
 };
-std::vector<Run> runs(const Series &series);
+std::vector<Run> runs(const Series &series, const Scale &y);
 
 } // namespace command

@@ -47,7 +47,7 @@ std::string axes(const Plot &plot, const Scale &sx, const Scale &sy) {
 
 std::string drawn(const Series &series, const Scale &sx, const Scale &sy, const std::string &shade) {
     std::string text;
-    for (const Run &run : runs(series)) {
+    for (const Run &run : runs(series, sy)) {
         if (series.points) {
             for (size_t i = run.begin; i < run.end; i++)
                 text += "<circle cx=\"" + pixel(sx(series.x[i])) + "\" cy=\"" + pixel(sy(series.y[i])) +

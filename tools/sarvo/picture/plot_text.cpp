@@ -50,7 +50,7 @@ std::string plot_text(const Plot &plot, int columns, int rows) {
     const Scale sx = x_scale(plot, 0.0, 2.0 * columns - 1.0), sy = y_scale(plot, 4.0 * rows - 1.0, 0.0);
     Dots dots(columns, rows);
     for (const Series &series : plot.series)
-        for (const Run &run : runs(series))
+        for (const Run &run : runs(series, sy))
             for (size_t i = run.begin; i < run.end; i++) {
                 const double x = sx(series.x[i]), y = sy(series.y[i]);
                 if (series.points) { // a cross
