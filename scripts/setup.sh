@@ -23,6 +23,7 @@ need_packages() {
 
 build_packages=(g++ cmake ninja-build libcli11-dev zlib1g-dev)
 test_packages=(libgtest-dev pkg-config binutils)
+fuzz_packages=(clang libclang-rt-dev)
 bench_packages=(libopenblas-serial-dev liblapacke-dev libeigen3-dev libblis4-serial libfftw3-dev libsuitesparse-dev libboost-dev python3-numpy)
 
 jobs=$(nproc 2> /dev/null || echo 2)

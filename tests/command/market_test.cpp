@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "command_support.h"
 #include "data/market.h"
 #include "errors.h"
 #include "test_support.h"
@@ -49,6 +50,32 @@ TEST(Market, ReadsEveryLayoutFieldAndSymmetry) {
     EXPECT_EQ(command::parse_market(head + "array real general\n0 0\n", "data").rows, 0);
 }
 
+TEST(Market, ReadsComplexMatricesOfEverySymmetry) {
+    const struct {
+        const char *text;
+        Dense values, imaginary; // 2 x 2
+    } rows[] = {
+        {"coordinate complex general\n2 2 1\n1 2 3 4\n", {0, 3, 0, 0}, {0, 4, 0, 0}},
+        {"coordinate complex symmetric\n2 2 2\n1 2 3 4\n2 2 5 6\n", {0, 3, 3, 5}, {0, 4, 4, 6}},
+        {"coordinate complex skew-symmetric\n2 2 1\n2 1 3 4\n", {0, -3, 3, 0}, {0, -4, 4, 0}},
+        {"coordinate complex hermitian\n2 2 2\n2 1 3 4\n2 2 5 0\n", {0, 3, 3, 5}, {0, -4, 4, 0}},
+        {"ARRAY Complex HERMITIAN\n2 2\n1 0\n3 4\n5 0\n", {1, 3, 3, 5}, {0, -4, 4, 0}},
+        {"coordinate complex general\n2 2 2\n1 1 1 2\n1 1 10 20\n", {11, 0, 0, 0}, {22, 0, 0, 0}},
+    };
+    for (const auto &row : rows) {
+        const auto A = command::parse_market(std::string("%%MatrixMarket Matrix ") + row.text, "data");
+        Dense imaginary(4);
+        for (const auto &e : A.entries) imaginary[static_cast<size_t>(e.row * 2 + e.col)] = e.imaginary;
+        EXPECT_TRUE(A.complex);
+        EXPECT_EQ(dense(A), row.values) << row.text;
+        EXPECT_EQ(imaginary, row.imaginary) << row.text;
+    }
+    const auto answer =
+        test::cli::sarvo("solve -", "%%MatrixMarket matrix coordinate complex general\n1 1 1\n1 1 2 3\n");
+    EXPECT_EQ(answer.exit_code, command::exit_input);
+    EXPECT_EQ(answer.err, "sarvo: standard input: the matrix is complex, only real systems are solved\n");
+}
+
 TEST(Market, NamesFaultsByLineAndColumn) {
     const std::string head = "%%MatrixMarket matrix coordinate real general\n";
     const struct {
@@ -57,11 +84,18 @@ TEST(Market, NamesFaultsByLineAndColumn) {
         {"", "data: there is no data"},
         {"1 2 3\n", "data:1:1: a Matrix Market file begins with '%%MatrixMarket matrix'\n  1 2 3\n  ^"},
         {"%%MatrixMarket vector", "data:1:16: 'vector' is not a kind of object: matrix\n"},
-        {"%%MatrixMarket matrix coordinate complex general\n",
-         "data:1:34: 'complex' is not a field of real matrices: real, integer, pattern, double\n"},
-        {"%%MatrixMarket matrix coordinate real hermitian\n", "data:1:39: 'hermitian' is not a symmetry of real"},
+        {"%%MatrixMarket matrix coordinate quaternion general\n",
+         "data:1:34: 'quaternion' is not a field: real, integer, complex, pattern, double\n"},
+        {"%%MatrixMarket matrix coordinate real hermitian\n", "data:1:39: a hermitian matrix is complex"},
+        {"%%MatrixMarket matrix coordinate pattern skew-symmetric\n", "a pattern cannot be skew-symmetric"},
+        {"%%MatrixMarket matrix coordinate complex hermitian\n1 1 1\n1 1 2 3\n",
+         "data:3:7: the diagonal of a hermitian matrix is real"},
+        {"%%MatrixMarket matrix coordinate complex general\n1 1 1\n1 1 2\n", "data:3:6: the value is missing"},
+        {"%%MatrixMarket matrix coordinate real symmetric\n2 2 2\n2 1 5\n1 2 5\n",
+         "data:4:3: a symmetric file has entries on one side of the diagonal, this is on the other"},
+        {head + "1 1 2\n1 1 1e308\n1 1 1e308\n", "data: the entries (1, 1) add up to more than a double holds"},
         {"%%MatrixMarket matrix array pattern general\n2 2\n", "an array cannot be a pattern"},
-        {"%%MatrixMarket matrix coordinate real\n", "the symmetry of real matrices is missing: general"},
+        {"%%MatrixMarket matrix coordinate real\n", "the symmetry is missing: general"},
         {head, "data: the sizes are missing"},
         {head + "2 2\n", "data:2:4: the number of entries is missing\n  2 2\n     ^"},
         {head + "2 2.5 1\n", "data:2:3: '2.5' is not a number of columns"},

@@ -1,10 +1,12 @@
 // Tables from text: separators, headers, comments, and faults named by line and column.
-#include <cstdio>
+#include <cmath>
 #include <string>
 #include <vector>
 
+#include "command_support.h"
 #include "data/table.h"
 #include "errors.h"
+#include "npy_support.h"
 #include "test_support.h"
 
 namespace {
@@ -78,8 +80,11 @@ TEST(Reader, NamesBadCellsByFileLineAndColumn) {
         {"y,x\n1,nan\n", "data:2:3: 'nan' is not finite (column 'x')\n  1,nan\n    ^"},
         {"1,2\n3,-inf\n", "data:2:3: '-inf' is not finite (column 'c2')\n  3,-inf\n    ^"},
         {"y,x\n1,1e999\n", "data:2:3: '1e999' is not a number (column 'x')\n  1,1e999\n    ^"},
+        {"1,2\n3,+-4\n", "data:2:3: '+-4' is not a number (column 'c2')\n  3,+-4\n    ^"},
         {"1,2\n3,0x10\n", "data:2:3: '0x10' is not a number (column 'c2')\n  3,0x10\n    ^"},
         {"1,b\n3,4\n", "data:1:3: 'b' is not a number (column 'c2')\n  1,b\n    ^"},
+        {"%%MatrixMarket matrix array real general\n2 1\n1\n2\n",
+         "data: this is a Matrix Market file, a table is wanted"},
         {"y,y\n1,2\n", "data:1:3: the column name 'y' occurs twice\n  y,y\n    ^"},
         {"y,x\n\"1,2\n", "data:2:1: this quote is not closed\n  \"1,2\n  ^"},
         {"y,x\n\"1\"2,3\n", "data:2:4: text behind a quoted cell\n  \"1\"2,3\n     ^"},
@@ -89,13 +94,51 @@ TEST(Reader, NamesBadCellsByFileLineAndColumn) {
     EXPECT_EQ(error_of(std::string("1,2\n3,\0004\n", 9)), "data: this is not a text file");
 }
 
+TEST(Reader, ReadsNpyAsTables) {
+    const std::string matrix = test::npy(test::npy_header("<f8", "(3, 2)"), test::bytes_of<double>({1, 2, 3, 4, 5, 6}));
+    const command::Table t = command::parse_table(matrix, "data");
+    EXPECT_EQ(t.names, (std::vector<std::string>{"c1", "c2"}));
+    EXPECT_EQ(t.columns, (Columns{{1, 3, 5}, {2, 4, 6}}));
+    EXPECT_EQ(t.lines, (std::vector<size_t>{1, 2, 3}));
+    EXPECT_EQ(command::parse_table(test::npy(test::npy_header("|i1", "(2,)"), "\1\2"), "data").columns,
+              (Columns{{1, 2}}));
+    const auto answer = test::cli::sarvo("stats - --format csv --quantiles 0.5", matrix);
+    EXPECT_EQ(answer.exit_code, 0) << answer.err;
+    EXPECT_NE(answer.out.find("\nc2,3,4,2,"), std::string::npos) << answer.out;
+    const struct {
+        std::string header, data, message;
+    } rows[] = {
+        {test::npy_header("<c8", "(1,)"), std::string(8, '\0'), "data: the numbers are complex, a table has real ones"},
+        {test::npy_header("<f8", "(0, 18446744073709551615)"), "", "data: there is no data"},
+        {test::npy_header("|u1", "(1, 1048577)"), std::string(1048577, '\0'),
+         "data: has 1048577 columns, 1048576 are the most"},
+        {test::npy_header("<f8", "(1,)"), test::bytes_of<double>({HUGE_VAL}),
+         "data: byte 68: the number is not finite"},
+    };
+    for (const auto &row : rows) EXPECT_EQ(error_of(test::npy(row.header, row.data)), row.message);
+    EXPECT_EQ(error_of("\x93,x\n1,q\n"), "data:2:3: 'q' is not a number (column 'x')\n  1,q\n    ^");
+}
+
+TEST(Reader, MessagesShowLongAndStrangeLinesFitForATerminal) {
+    EXPECT_EQ(error_of("1,2\n3,\x1b[31m\x7f\xc2\x9b\n"),
+              "data:2:3: '?[31m?\?\?' is not a number (column 'c2')\n  3,?[31m?\?\?\n    ^");
+    std::string wide = "1";
+    for (int i = 0; i < 500; i++) wide += ",1";
+    const std::string message = error_of(wide + "\n" + wide.substr(0, 600) + "x" + wide.substr(601) + "\n");
+    EXPECT_EQ(message.rfind("data:2:601: 'x' is not a number (column 'c301')\n  ...", 0), 0u) << message;
+    EXPECT_EQ(message.size() - message.rfind('\n') - 1, 2 + 3 + 80 + 1u) << "the caret stands under the place";
+    EXPECT_LT(message.size(), 500u);
+    EXPECT_EQ(error_of("1\n" + std::string(100000, 'x')).find("'" + std::string(57, 'x') + "...' is not a number"),
+              10u);
+}
+
 TEST(Reader, NamesFilesThatCannotBeRead) {
     for (const char *path : {"no such file.csv", "."}) {
         try {
             (void)command::read_table(path);
             ADD_FAILURE() << path << " was read";
         } catch (const command::Failure &e) {
-            EXPECT_EQ(e.code(), command::exit_input);
+            EXPECT_EQ(e.code(), command::exit_file);
             EXPECT_EQ(std::string(e.what()).rfind(std::string(path) + ": cannot be ", 0), 0u) << e.what();
         }
     }

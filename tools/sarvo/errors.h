@@ -6,7 +6,14 @@
 
 namespace command {
 
-enum ExitCode { exit_done = 0, exit_not_converged = 1, exit_usage = 2, exit_input = 3 };
+enum ExitCode {
+    exit_done = 0,
+    exit_numerical = 1,    // not converged, singular, out of range: the mathematics says no
+    exit_usage = 2,        // the command line is wrong
+    exit_input = 3,        // what was read makes no sense
+    exit_file = 4,         // a file cannot be opened, read or written
+    exit_interrupted = 130 // Ctrl-C
+};
 
 // Ends the command with a message on standard error.
 class Failure : public std::runtime_error {
@@ -19,6 +26,7 @@ private:
 };
 
 inline Failure usage_error(const std::string &message) { return {exit_usage, message}; }
+inline Failure file_error(const std::string &message) { return {exit_file, message}; }
 inline Failure input_error(const std::string &message) { return {exit_input, message}; }
 
 // A line of text with a caret under its character `position` (counted from 0; tabs are kept so that the caret stands

@@ -18,7 +18,7 @@ inline void check(sarko_error_t e) {
     for (sarko_error_t link = e; link; link = sarko_error_cause(link))
         chain += (chain.empty() ? "" : ": ") + std::string(sarko_error_message(link));
     sarko_error_clear(e);
-    throw Failure(exit_not_converged, chain);
+    throw Failure(exit_numerical, chain);
 }
 
 struct ObjectFree {

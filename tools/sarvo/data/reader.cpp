@@ -3,6 +3,7 @@
 #include <set>
 #include <sstream>
 
+#include "market.h"
 #include "numbers.h"
 #include "source.h"
 #include "table.h"
@@ -94,7 +95,7 @@ std::vector<std::string> column_names(const std::string &source, const Line &lin
     for (size_t c = 0; c < cells.size(); c++) {
         const std::string name = header ? cells[c].text : "c" + std::to_string(c + 1);
         if (!seen.insert(name).second)
-            throw fault(source, line, cells[c].position, "the column name '" + name + "' occurs twice");
+            throw fault(source, line, cells[c].position, "the column name " + quoted(name) + " occurs twice");
         names.push_back(name);
     }
     return names;
@@ -109,15 +110,16 @@ std::vector<double> numbers_of(const std::string &source, const std::vector<std:
                     "the row has " + std::to_string(cells.size()) + " cells, the first has " +
                         std::to_string(expected));
     }
-    std::vector<double> row;
+    std::vector<double> row(cells.size());
     for (size_t c = 0; c < cells.size(); c++) {
-        const std::string where = " (column '" + names[c] + "')";
-        if (cells[c].text.empty()) throw fault(source, line, cells[c].position, "the cell is empty" + where);
+        const auto bad = [&](const std::string &what) {
+            return fault(source, line, cells[c].position, what + " (column " + quoted(names[c]) + ")");
+        };
+        if (cells[c].text.empty()) throw bad("the cell is empty");
         const std::optional<double> x = parse_number(cells[c].text);
-        if (!x) throw fault(source, line, cells[c].position, "'" + cells[c].text + "' is not a number" + where);
-        if (!std::isfinite(*x))
-            throw fault(source, line, cells[c].position, "'" + cells[c].text + "' is not finite" + where);
-        row.push_back(*x);
+        if (!x) throw bad(quoted(cells[c].text) + " is not a number");
+        if (!std::isfinite(*x)) throw bad(quoted(cells[c].text) + " is not finite");
+        row[c] = *x;
     }
     return row;
 }
@@ -139,20 +141,24 @@ std::optional<size_t> Table::find(std::string_view name) const {
 // The next line that holds data or a header.
 bool RowReader::next_line(std::string *line) {
     constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
-    while (std::getline(stream_, *line)) {
+    while (std::getline(*stream_, *line)) {
         number_++;
         if (number_ == 1 && line->compare(0, byte_order_mark.size(), byte_order_mark) == 0)
             line->erase(0, byte_order_mark.size());
+        if (number_ == 1 && is_market(*line))
+            throw input_error(source_ + ": this is a Matrix Market file, a table is wanted");
         if (line->find('\0') != std::string::npos) throw input_error(source_ + ": this is not a text file");
         if (!line->empty() && line->back() == '\r') line->pop_back();
         const size_t first = line->find_first_not_of(" \t");
         if (first != std::string::npos && (*line)[first] != '#' && (*line)[first] != '%') return true;
     }
-    if (stream_.bad()) throw input_error(source_ + ": cannot be read");
+    if (stream_->bad()) throw file_error(source_ + ": cannot be read");
     return false;
 }
 
-RowReader::RowReader(std::istream &stream, const std::string &source) : stream_(stream), source_(source) {
+RowReader::RowReader(std::istream &stream, const std::string &source) : stream_(&stream), source_(source) {
+    open_npy();
+    if (npy_) return;
     std::string text;
     if (!next_line(&text)) throw input_error(source + ": there is no data");
     separator_ = guess_separator(text);
@@ -163,7 +169,36 @@ RowReader::RowReader(std::istream &stream, const std::string &source) : stream_(
     if (!header) first_ = numbers_of(source, names_, line, cells);
 }
 
+// Takes the whole stream when it begins as .npy does; no UTF-8 text has such a first byte.
+void RowReader::open_npy() {
+    constexpr size_t most_columns = 1 << 20;
+    if (stream_->peek() != 0x93) return;
+    bytes_.assign(std::istreambuf_iterator<char>(*stream_), {});
+    if (!is_npy(bytes_)) {
+        text_.str(std::move(bytes_));
+        stream_ = &text_;
+        return;
+    }
+    npy_ = std::make_unique<NpyView>(bytes_, source_);
+    if (npy_->complex()) throw input_error(source_ + ": the numbers are complex, a table has real ones");
+    if (npy_->rows() == 0 || npy_->cols() == 0) throw input_error(source_ + ": there is no data");
+    if (npy_->cols() > most_columns)
+        throw input_error(source_ + ": has " + std::to_string(npy_->cols()) + " columns, " +
+                          std::to_string(most_columns) + " are the most");
+    for (size_t c = 0; c < npy_->cols(); c++) names_.push_back("c" + std::to_string(c + 1));
+}
+
 bool RowReader::next(std::vector<double> *row) {
+    if (npy_) {
+        if (number_ == npy_->rows()) return false;
+        row->resize(names_.size());
+        for (size_t c = 0; c < row->size(); c++) {
+            (*row)[c] = npy_->real(number_, c);
+            if (!std::isfinite((*row)[c])) throw npy_->fault(number_, c, "the number is not finite");
+        }
+        number_++;
+        return true;
+    }
     if (!first_.empty()) {
         *row = std::move(first_);
         first_.clear();

@@ -5,18 +5,24 @@
 #include <cmath>
 #include <string_view>
 
+#include "data/source.h"
 #include "errors.h"
-#include "suggest.h"
+#include "line/suggest.h"
 
 namespace command::formula {
 namespace {
 
 constexpr int deepest = 200;             // nested parentheses, signs and powers
 constexpr size_t longest = 100000;       // steps of a tape
+constexpr size_t longest_name = 100;     // that a suggestion is sought for: its cost is the product of two lengths
 constexpr double largest_integer = 1024; // constant exponents up to here are done by multiplication
 
 bool is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || (c & 0x80); }
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+std::string suggested(const std::string &word, const std::vector<std::string> &known) {
+    return word.size() <= longest_name ? suggestion(word, known) : "";
+}
 
 struct TwoArguments {
     std::string_view name;
@@ -183,17 +189,19 @@ private:
             for (const std::string &name : table_.names) variables += (variables.empty() ? "" : ", ") + name;
             return "'" + word + "' means nothing here" +
                    (variables.empty() ? std::string(".") : ": the variable is " + variables + ".") +
-                   suggestion(word, table_.names);
+                   suggested(word, table_.names);
         }
         std::vector<std::string> known = table_.names;
         known.insert(known.end(), parameters_.begin(), parameters_.end());
         std::string text = word.front() == '$'
                                ? "there is no column " + word
-                               : "'" + word + "' is neither a column nor a parameter." + suggestion(word, known);
-        text += word.front() == '$' ? "" : " Columns:";
-        for (size_t c = 0; word.front() != '$' && c < table_.names.size(); c++) text += " " + table_.names[c];
-        if (word.front() != '$') text += ". A parameter needs a start: --start " + word + "=...";
-        return text;
+                               : "'" + word + "' is neither a column nor a parameter." + suggested(word, known);
+        if (word.front() == '$') return text;
+        constexpr size_t most = 30;
+        text += " Columns:";
+        for (size_t c = 0; c < table_.names.size() && c < most; c++) text += " " + printable(table_.names[c]);
+        return text + (table_.names.size() > most ? " ..." : "") + ". A parameter needs a start: --start " + word +
+               "=...";
     }
 
     size_t call(const std::string &word, size_t place) {
@@ -213,7 +221,7 @@ private:
         std::vector<std::string> known;
         for (const Function &f : functions()) known.emplace_back(f.name);
         for (const TwoArguments &f : two_arguments) known.emplace_back(f.name);
-        throw fault("there is no function '" + word + "'." + suggestion(word, known), place);
+        throw fault("there is no function '" + word + "'." + suggested(word, known), place);
     }
 
     void close_call(const std::string &word, const std::string &arguments) {

@@ -142,8 +142,8 @@ public:
         const DenseVector owner(out);
         if (e && sarko_error_code(e) == SarvoMHSingEC) {
             sarko_error_clear(e);
-            throw Failure(exit_not_converged, "the matrix is singular: a pivot is zero. --method lsqr finds a "
-                                              "least-squares solution");
+            throw Failure(exit_numerical, "the matrix is singular: a pivot is zero. --method lsqr finds a "
+                                          "least-squares solution");
         }
         check(e);
         for (size_t i = 0; i < b.size(); i++) x[order_->elems[i]] = out->elems[i];
@@ -211,7 +211,7 @@ void solve_directly(const SPMAT *A, const Doubles &b, const SolveOptions &option
     if (result.method == "chol") phase("Cholesky factorisation");
     if (result.method == "chol" && !factors.cholesky()) {
         if (options.method != "auto")
-            throw Failure(exit_not_converged, "the matrix is not positive definite: --method lu solves it");
+            throw Failure(exit_numerical, "the matrix is not positive definite: --method lu solves it");
         result.method = "lu";
         result.choice = "square, not positive definite";
         factors = Factors(A, result.order);
