@@ -27,45 +27,57 @@ void check(bool right, const char *what) {
 
 // ---- Copies and fills of 32 MiB, and of 16 KiB in the nearest cache ----
 
-void memory(int32_t size) {
-    void *source, *destination, *base;
-    check(alloc_nonaliased_buffers(128, &source, static_cast<uint64_t>(size), &destination, static_cast<uint64_t>(size),
-                                   nullptr, 0, nullptr, 0, &base) == 0,
-          "buffers");
-    struct {
-        const char *name;
-        sarvo_membench_kernel kernel;
-    } const kernels[] = {{"copy", aligned_block_copy},
-                         {"backwards", aligned_block_copy_backwards},
-                         {"backwards 32", aligned_block_copy_backwards_bs32},
-                         {"backwards 64", aligned_block_copy_backwards_bs64},
-                         {"prefetch 32", aligned_block_copy_pf32},
-                         {"prefetch 64", aligned_block_copy_pf64},
-                         {"memcpy", memcpy_wrapper},
-                         {"fill", aligned_block_fill},
-                         {"fill 16", aligned_block_fill_shuffle16},
-                         {"fill 32", aligned_block_fill_shuffle32},
-                         {"fill 64", aligned_block_fill_shuffle64},
-                         {"memset", memset_wrapper}};
+struct Kernel {
+    const char *name;
+    sarvo_membench_kernel run;
+};
+
+void plain_copy(void *destination, const void *source, int32_t size) {
+    plain::stream_copy(static_cast<double *>(destination), static_cast<const double *>(source), size / 8);
+}
+
+// Rates of the kernels, the last two of which are those to reach; returns their best against the best of the others.
+double rates(const std::vector<Kernel> &kernels, void *destination, const void *source, int32_t size) {
     std::vector<bench::Candidate> candidates;
-    for (const auto &k : kernels) {
-        const auto run = [=] { k.kernel(destination, source, size); };
+    for (const Kernel &k : kernels) {
+        const auto run = [=] { k.run(destination, source, size); };
         candidates.push_back({k.name, run, run}); // once before: what lies in the caches is its own
     }
-    const auto loop = [=] {
-        plain::stream_copy(static_cast<double *>(destination), static_cast<double *>(source), size / 8);
-    };
-    candidates.push_back({"plain loop", loop, loop});
-    const auto t = bench::interleave(candidates, size > 1 << 20 ? 41 : 201, std::max(1, (1 << 20) / size));
-    const double best = std::min({t[0].median, t[1].median, t[2].median, t[3].median, t[4].median, t[5].median});
-    const double peer = std::min(t[6].median, t.back().median);
-    for (size_t c = 0; c < t.size(); c++)
-        std::printf("%-12s %8d bytes | %9.0f MB/s (%.0f .. %.0f)\n", candidates[c].name.c_str(), size,
-                    size / t[c].median * 1e-6, size / t[c].high * 1e-6, size / t[c].low * 1e-6);
-    std::printf("best copy kernel / better of memcpy and the plain loop: %.3f%s\n", peer / best,
-                size <= 1 << 20      ? ""
-                : peer / best < 0.95 ? ", wanted 0.95: BELOW"
-                                     : ", wanted 0.95");
+    const auto t = bench::interleave(candidates, size > 1 << 20 ? 61 : 201, std::max(1, (1 << 20) / size));
+    double best = t[0].median, peer = t.back().median;
+    for (size_t c = 0; c < t.size(); c++) {
+        double &fastest = c + 2 < t.size() ? best : peer;
+        fastest = std::min(fastest, t[c].median);
+        std::printf("%-12s %8d bytes | %9.0f MB/s (%.0f .. %.0f)\n", kernels[c].name, size, size / t[c].median * 1e-6,
+                    size / t[c].high * 1e-6, size / t[c].low * 1e-6);
+    }
+    return peer / best;
+}
+
+void memory(int32_t size) {
+    void *source, *destination, *base;
+    const uint64_t bytes = static_cast<uint64_t>(size);
+    check(alloc_nonaliased_buffers(128, &source, bytes, &destination, bytes, nullptr, 0, nullptr, 0, &base) == 0,
+          "buffers");
+    const double copies = rates({{"copy", aligned_block_copy},
+                                 {"backwards", aligned_block_copy_backwards},
+                                 {"backwards 32", aligned_block_copy_backwards_bs32},
+                                 {"backwards 64", aligned_block_copy_backwards_bs64},
+                                 {"prefetch 32", aligned_block_copy_pf32},
+                                 {"prefetch 64", aligned_block_copy_pf64},
+                                 {"memcpy", memcpy_wrapper},
+                                 {"plain loop", plain_copy}},
+                                destination, source, size);
+    std::printf("best copy kernel / better of memcpy and the plain loop: %.3f%s\n", copies,
+                size <= 1 << 20 ? ""
+                : copies < 0.95 ? ", wanted 0.95: BELOW"
+                                : ", wanted 0.95");
+    rates({{"fill", aligned_block_fill},
+           {"fill 16", aligned_block_fill_shuffle16},
+           {"fill 32", aligned_block_fill_shuffle32},
+           {"fill 64", aligned_block_fill_shuffle64},
+           {"memset", memset_wrapper}},
+          destination, source, size);
     sarko_mem_free(base);
 }
 

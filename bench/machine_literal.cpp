@@ -5,7 +5,9 @@
 
 namespace bench::plain {
 
-void stream_copy(double *__restrict to, const double *__restrict from, int64_t n) {
+// Not to be turned into memcpy.
+[[gnu::optimize("no-tree-loop-distribute-patterns")]] void stream_copy(double *__restrict to,
+                                                                       const double *__restrict from, int64_t n) {
     for (int64_t i = 0; i < n; i++) to[i] = from[i];
 }
 void fft(int N, double sign, double *data) { literal::fft_by_recurrence(N, sign, data); }

@@ -52,7 +52,7 @@ SARVO_API void aligned_block_copy_pf32(void *destination, const void *source, in
 SARVO_API void aligned_block_copy_pf64(void *destination, const void *source, int32_t size);
 
 /* Write the 64-bit word at `source`, read once before, over the destination: upwards, or with the words of each group
- * in another order: 0 1 3 2 5 4 6 7; 3 0 2 1 6 5 7 4; 5 0 2 7 1 6 3 4. The source is not read when there is no group. */
+ * in another order: 0 1 3 2 5 4 6 7; 3 0 2 1 6 5 7 4; 5 0 2 7 1 6 3 4. Without a group the source is not read. */
 SARVO_API void aligned_block_fill(void *destination, const void *source, int32_t size);
 SARVO_API void aligned_block_fill_shuffle16(void *destination, const void *source, int32_t size);
 SARVO_API void aligned_block_fill_shuffle32(void *destination, const void *source, int32_t size);
@@ -119,10 +119,11 @@ SARVO_API sarko_error_t alloc_nonaliased_buffers(uint32_t alignment, void **p1, 
 /* Measures a kernel, by the record's repeats, min_time and precision as they stand (no defaults); writes its best and
  * deviation alone. Each measurement: one call (destination, source, size) that is not timed; then, from one reading of
  * the clock, the body 1, 2, 4, 8, ... times until a reading after such a round shows min_time; its rate is
- * (size * all bodies) / elapsed / 10^6. From the third on deviation = sqrt((n sum rate^2 - (sum rate)^2) / ((n - 1) n)),
- * a negative argument taken as 0, and measuring ends early once precision * best > deviation. repeats < 1: both 0.
- *   two_pass  0: the body is the call above. Else for off = 0, block_size, 2 block_size, .. < size, with b = off rounded
- *             down to a multiple of 8, it calls kernel(temporary, source + b, block_size) and
+ * (size * all bodies) / elapsed / 10^6. From the third on
+ *     deviation = sqrt((n sum rate^2 - (sum rate)^2) / ((n - 1) n)), a negative argument taken as 0,
+ * and measuring ends early once precision * best > deviation. repeats < 1: both 0.
+ *   two_pass  0: the body is the call above. Else for off = 0, block_size, 2 block_size, .. < size, with b = off
+ *             rounded down to a multiple of 8, it calls kernel(temporary, source + b, block_size) and
  *             kernel(destination + b, temporary, block_size): the last step may go beyond size, source and destination
  *             must have room up to the next multiple of block_size. A block size of 0 copies nothing: both results 0.
  *   temporary  block_size bytes; used by two passes only

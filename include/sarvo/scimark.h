@@ -130,11 +130,11 @@ SARVO_API double SparseCompRow_num_flops(int32_t N, int32_t nz, int32_t cycles);
 
 /* ---- LU factorisation ---- */
 
-/* P A = L U in place, A M x N by row pointers: below the diagonal L, whose diagonal is 1, on and above it U. For j = 0 ..
- * min(M, N) - 1: pivot(j) is the row, from j on, of the first largest |a(i,j)|; it is exchanged with row j (elements,
- * not pointers); then a(i,j) = a(i,j) / a(j,j) and a(i,k) = a(i,k) - a(i,j) a(j,k) for i, k > j.
+/* P A = L U in place, A M x N by row pointers: below the diagonal L, whose diagonal is 1, on and above it U.
+ * For j = 0 .. min(M, N) - 1: pivot(j) is the row, from j on, of the first largest |a(i,j)|; it is exchanged with row j
+ * (elements, not pointers); then a(i,j) = a(i,j) / a(j,j) and a(i,k) = a(i,k) - a(i,j) a(j,k) for i, k > j.
  * Returns 0, or 1 at a pivot of 0 in column j: the steps before j are done then, of step j only pivot(j) is written.
- * The search starts with |a(j,j)| and takes strictly larger ones: a NaN there stays the pivot, elsewhere it never is. */
+ * The search starts with |a(j,j)| and takes strictly larger ones: a NaN stays the pivot there, elsewhere it is none. */
 SARVO_API int32_t LU_factor(int32_t M, int32_t N, double **A, int32_t *pivot);
 SARVO_API double LU_num_flops(int32_t N); /* 2 N^3 / 3 */
 
@@ -154,7 +154,8 @@ SARVO_API double LU_num_flops(int32_t N); /* 2 N^3 / 3 */
 SARVO_API sarko_error_t kernel_measureFFT(int32_t N, double min_time, Random *R, double *mflops, double *result,
                                           int64_t *cycles);
 
-/* RandomMatrix(N, N), omega = 1.25; a cycle is a sweep. Result: the mean of the grid (sum row by row / N^2), 0 for N = 0. */
+/* RandomMatrix(N, N), omega = 1.25; a cycle is a sweep. Result: the mean of the grid (sum row by row / N^2), 0 for
+ * N = 0. */
 SARVO_API sarko_error_t kernel_measureSOR(int32_t N, double min_time, Random *R, double *mflops, double *result,
                                           int64_t *cycles);
 
