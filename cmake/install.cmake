@@ -26,6 +26,13 @@ if(TARGET sarvo)
   set_target_properties(sarvo PROPERTIES INSTALL_RPATH
     "$<IF:$<PLATFORM_ID:Darwin>,@loader_path,$ORIGIN>/${library_from_command}")
   install(TARGETS sarvo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  if(TARGET sarvo_manual)
+    set(written ${PROJECT_BINARY_DIR}/tools/sarvo/written)
+    install(DIRECTORY ${written}/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES ${written}/bash/sarvo DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    install(FILES ${written}/zsh/_sarvo DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    install(FILES ${written}/fish/sarvo.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+  endif()
 endif()
 set_target_properties(sarvo_shared PROPERTIES INSTALL_RPATH "$<IF:$<PLATFORM_ID:Darwin>,@loader_path,$ORIGIN>")
 

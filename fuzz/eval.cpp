@@ -2,7 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <sarvo/sarvo.h>
 
-#include "subcommands.h"
+#include "line/subcommands.h"
 #include "support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {

@@ -117,8 +117,8 @@ TEST(Command, FullPrecisionReadsBackToTheSameBitsInBothMachineFormats) {
     EXPECT_EQ(test::bits(estimate), test::bits(number_behind(json.out, "estimate")));
     EXPECT_NEAR(estimate, 238.94212918, 1e-7); // certified
     EXPECT_EQ(command::parse_number(command::shortest(estimate)), estimate);
-    EXPECT_NE(csv.out.find("\nconverged,1,,,\n"), std::string::npos);
-    EXPECT_NE(csv.out.find("\ncorrelation b2 b1,-0.99"), std::string::npos) << csv.out;
+    EXPECT_NE(csv.out.find("\n# converged: 1\n"), std::string::npos);
+    EXPECT_NE(csv.out.find("\n# correlation\nname,b1,b2\nb1,1,-0.99"), std::string::npos) << csv.out;
 }
 
 TEST(Command, PValuesAreThoseOfStudentsDistributionOrOfTheNormalOneWithKnownVariances) {
@@ -134,7 +134,7 @@ TEST(Command, PValuesAreThoseOfStudentsDistributionOrOfTheNormalOneWithKnownVari
     const Answer normal = sarvo(arguments + " --weights x --known-variances", data);
     const double z = number_behind(normal.out, "t");
     EXPECT_NEAR(number_behind(normal.out, "p"), std::erfc(std::fabs(z) / std::sqrt(2.0)), 1e-14);
-    const Answer table = sarvo("fit 'y ~ a + b*x' - --start a=1,b=1", data);
+    const Answer table = sarvo("fit 'y ~ a + b*x' - --start a=1,b=1 --format table", data);
     EXPECT_NE(table.out.find("t         p\n"), std::string::npos) << table.out;
 }
 
@@ -161,6 +161,12 @@ TEST(Command, HelpAndInfoTellWhatAPersonNeeds) {
     for (const char *text :
          {"kernels", "flags", "-ffp-contract=off", "2.220446049250313e-16", "1.7976931348623157e+308"})
         EXPECT_NE(info.out.find(text), std::string::npos) << text;
+}
+
+TEST(Command, VerifiesEveryKernelAndItsDigestIsThatOfEveryMachine) {
+    const Answer answer = sarvo("info --verify");
+    EXPECT_EQ(answer.exit_code, 0) << answer.out;
+    EXPECT_NE(answer.out.find("\n# differing: 0\n# digest: 0ff7cabc262605aa\n"), std::string::npos) << answer.out;
 }
 
 } // namespace

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "command_support.h"
-#include "curve/plot.h"
 #include "numbers.h"
+#include "picture/plot.h"
 #include "test_support.h"
 
 namespace {
@@ -18,11 +18,12 @@ std::vector<std::pair<double, double>> points(const std::string &csv) {
     std::vector<std::pair<double, double>> all;
     std::istringstream text(csv);
     std::string line;
-    std::getline(text, line);
     while (std::getline(text, line)) {
+        if (line[0] == '#' || line[0] == 'x') continue;
         const size_t comma = line.find(',');
-        all.emplace_back(*command::parse_number(line.substr(0, comma)),
-                         command::parse_number(line.substr(comma + 1)).value_or(NAN));
+        all.emplace_back(
+            *command::parse_number(line.substr(0, comma)),
+            command::parse_number(line.substr(comma + 1, line.find(',', comma + 1) - comma - 1)).value_or(NAN));
     }
     return all;
 }
@@ -44,7 +45,7 @@ TEST(Sample, PutsPointsWhereTheCurveBends) {
     EXPECT_EQ(points(sarvo("sample '2*x+1' 0 1 --initial 5 --format csv").out).size(), 5u); // nothing to add
 
     const Answer limited = sarvo("sample 'sin(1/x)' 0.001 1 --most 50 --format json");
-    EXPECT_EQ(limited.out.find("{\"complete\": false, \"points\": [["), 0u) << limited.out;
+    EXPECT_NE(limited.out.find("\"points\": 50,\n  \"complete\": false,"), std::string::npos) << limited.out;
     EXPECT_NE(limited.err.find("the limit of 50 points"), std::string::npos);
     const Answer hole = sarvo("sample 'log(x)' -1 1 --format csv"); // undefined to the left
     EXPECT_TRUE(std::isnan(points(hole.out).front().second)) << hole.out;
@@ -55,12 +56,12 @@ TEST(Interp, GoesThroughThePointsAndBetweenThem) {
     const struct {
         const char *arguments, *text;
     } rows[] = {
-        {"interp - --at 0.5,1,2 --format csv", "x,y\n0.5,0.6875\n1,1\n2,0\n"},
-        {"interp - --at 0.5 --y z --method linear --format csv", "0.5,5.5\n"},
-        {"interp - --grid 0:2:5 --method linear --format json", "[[0, 0], [0.5, 0.5], [1, 1], [1.5, 0.5], [2, 0]]"},
-        {"interp - --at 0.5 --left 2 --right -2 --format csv", "0.5,0.75\n"}, // the parabola 2x - x^2
-        {"interp - --x z --y y --at 7 --method linear --format csv", "7,0.5\n"},
-        {"interp - --at 3", "outside"},
+        {"interp - --at 0.5,1,2 --format csv", "x,y,outside\n0.5,0.6875,0\n1,1,0\n2,0,0\n"},
+        {"interp - --at 0.5 --y z --method linear --format csv", "0.5,5.5,0\n"},
+        {"interp - --grid 0:2:5 --method linear --format json", "{\"x\": 1.5, \"y\": 0.5, \"outside\": false}"},
+        {"interp - --at 0.5 --left 2 --right -2 --format csv", "0.5,0.75,0\n"}, // the parabola 2x - x^2
+        {"interp - --x z --y y --at 7 --method linear --format csv", "7,0.5,0\n"},
+        {"interp - --at 3 --format md", "| 3 | -1 | yes |"},
     };
     for (const auto &row : rows) {
         const Answer answer = sarvo(row.arguments, data);
@@ -68,7 +69,8 @@ TEST(Interp, GoesThroughThePointsAndBetweenThem) {
         EXPECT_NE(answer.out.find(row.text), std::string::npos) << row.arguments << "\n" << answer.out;
     }
     EXPECT_NE(sarvo("interp - --at 3", data).err.find("1 of 1 points lie outside 0 .. 2"), std::string::npos);
-    EXPECT_EQ(sarvo("interp - --at 0.5 --format csv", "2,0\n1,1\n0,0\n").out, "x,y\n0.5,0.6875\n"); // descending
+    EXPECT_EQ(sarvo("interp - --at 0.5 --format csv", "2,0\n1,1\n0,0\n").out,
+              "x,y,outside\n0.5,0.6875,0\n"); // descending
 }
 
 TEST(Curves, RefuseWhatMakesNoSense) {
@@ -99,10 +101,7 @@ TEST(Curves, RefuseWhatMakesNoSense) {
 
 // ---- Pictures ----
 
-Plot line(bool interrupted) {
-    Plot plot{"a < b & c", {0, 1, 2, 3}, {0, 10, interrupted ? NAN : 20, 30}};
-    return plot;
-}
+Plot line(bool interrupted) { return {"a < b & c", {{{0, 1, 2, 3}, {0, 10, interrupted ? NAN : 20, 30}}}}; }
 
 size_t count(const std::string &text, const std::string &what) {
     size_t n = 0;
@@ -114,7 +113,7 @@ TEST(PlotSvg, HasTheCurveItsGapsAndRoundTicks) {
     const std::string whole = plot_svg(line(false)), gap = plot_svg(line(true));
     EXPECT_EQ(count(whole, "<polyline"), 1u);
     EXPECT_EQ(count(gap, "<polyline"), 2u);
-    EXPECT_NE(whole.find("points=\"70,440 306.67,306.67 543.33,173.33 780,40\""), std::string::npos) << whole;
+    EXPECT_NE(whole.find("points=\"70,430 306.67,300 543.33,170 780,40\""), std::string::npos) << whole;
     EXPECT_NE(whole.find("a &lt; b &amp; c"), std::string::npos);
     for (const char *label : {">0.5<", ">2.5<", ">30<"}) EXPECT_NE(whole.find(label), std::string::npos) << label;
 }
@@ -165,8 +164,37 @@ TEST(PlotText, DrawsWithDotsInsideAnAxis) {
     EXPECT_NE(text.find("20 \u2524"), std::string::npos) << text;
     const size_t last_row = text.find("0 \u2524\u2860"); // the curve begins at the lower left
     EXPECT_NE(last_row, std::string::npos) << text;
-    EXPECT_NE(command::plot_text({"flat", {0, 1}, {5, 5}}, 20, 4).find("5 \u2524"), std::string::npos);
-    EXPECT_EQ(count(command::plot_text({"nothing", {0, 1}, {NAN, NAN}}, 20, 4), "\n"), 7u);
+    EXPECT_NE(command::plot_text({"flat", {{{0, 1}, {5, 5}}}}, 20, 4).find("5 \u2524"), std::string::npos);
+    EXPECT_EQ(count(command::plot_text({"nothing", {{{0, 1}, {NAN, NAN}}}}, 20, 4), "\n"), 7u);
+}
+
+TEST(Plots, ShowPointsLegendsNamesAndMarks) {
+    Plot plot("two", {{{1, 2}, {3, 4}, "a<b", true}, {{1, 2}, {3, 4}, "c"}}, "size", "ns");
+    plot.x_marks = {{1, "4K"}, {2, "8K"}};
+    const std::string svg = plot_svg(plot), text = plot_text(plot, 40, 8);
+    EXPECT_EQ(count(svg, "<circle"), 2u);
+    for (const char *part : {">a&lt;b<", ">c<", ">size<", ">ns<", ">4K<", ">8K<", "#d9730d"})
+        EXPECT_NE(svg.find(part), std::string::npos) << part;
+    EXPECT_EQ(text.compare(0, 20, "  two: ns over size\n"), 0) << text;
+    EXPECT_NE(text.find("4K"), std::string::npos);
+}
+
+TEST(Plots, OfFitsAndColumns) {
+    const std::string path = testing::TempDir() + "sarvo_plot.svg";
+    const Answer fit = sarvo("fit 'y ~ a + b*x' - --start a=0,b=1 --plot " + path, "x,y\n0,1\n1,2\n2,3\n");
+    EXPECT_EQ(fit.exit_code, 0) << fit.err;
+    const std::string svg = slurp(path);
+    EXPECT_EQ(count(svg, "<circle"), 3u);
+    for (const char *part : {">y ~ a + b*x<", ">x<", ">fit<", ">data<"})
+        EXPECT_NE(svg.find(part), std::string::npos) << part;
+    EXPECT_NE(fit.out.find("name\testimate"), std::string::npos);
+    const Answer rows = sarvo("fit 'y ~ a*x + b*z' - --start a=1,b=1 --plot " + path, "x,y,z\n0,1,4\n1,2,2\n2,3,7\n");
+    EXPECT_NE(slurp(path).find(">row<"), std::string::npos) << rows.err;
+    const Answer stats = sarvo("stats - --plot " + path, "h\n1\n1\n1\n2\n");
+    EXPECT_EQ(stats.exit_code, 0) << stats.err;
+    EXPECT_NE(slurp(path).find("points=\"70,430 70,40 "), std::string::npos) << slurp(path); // three in the first bar
+    EXPECT_EQ(sarvo("stats - --plot -", "a b\n1 2\n").exit_code, 2);
+    std::remove(path.c_str());
 }
 
 } // namespace

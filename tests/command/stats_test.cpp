@@ -14,14 +14,14 @@ TEST(Stats, SumsUpColumns) {
     const struct {
         const char *arguments, *text;
     } rows[] = {
-        {"stats - --format csv", "column,n,mean,sd,standard_error,skewness,kurtosis,min,max,q0.25,q0.5,q0.75\n"},
-        {"stats - --format csv", "\nx,4,25,12.909944487358056,6.454972243679028,0,-1.36,10,40,17.5,25,32.5\n"},
-        {"stats - --columns x --quantiles 0,0.1,1 --format csv", "q0,q0.1,q1\nx,4,25,"},
-        {"stats - --columns x --quantiles 0,0.1,1 --format csv", ",10,40,10,13,40\n"},
+        {"stats - --format csv", "column,n,mean,sd,standard_error,skewness,kurtosis,min,q0.25,q0.5,q0.75,max\n"},
+        {"stats - --format csv", "\nx,4,25,12.909944487358056,6.454972243679028,0,-1.36,10,17.5,25,32.5,40\n"},
+        {"stats - --columns x --quantiles 0,0.1,1 --format csv", ",q0,q0.1,q1,max\nx,4,25,"},
+        {"stats - --columns x --quantiles 0,0.1,1 --format csv", ",10,10,13,40,40\n"},
         {"stats - --columns '$1' --weights w --format csv", "\ny,4,2.25,1.08972"}, // sqrt(4.75/4)
-        {"stats - --columns y --weights w --quantiles 0.25,0.3,0.75,0.76 --format csv", ",1,4,1,2,2,4\n"},
+        {"stats - --columns y --weights w --quantiles 0.25,0.3,0.75,0.76 --format csv", ",1,1,2,2,4,4\n"},
         {"stats - --format json", "\"column\": \"w\", \"n\": 4, \"mean\": 1, \"sd\": 0.81649658"},
-        {"stats -", "  quantile 0.5                     2.5                25"},
+        {"stats - --format table", "  quantile 0.5                     2.5                25"},
     };
     for (const auto &row : rows) {
         const Answer answer = sarvo(row.arguments, data);
@@ -42,13 +42,14 @@ TEST(Stats, KeepsARandomPartOfALongStream) {
                  again = sarvo("stats - --keep 2000 --format json", numbers);
     EXPECT_NE(whole.out.find("\"quantiles_of_a_sample\": false"), std::string::npos);
     EXPECT_NE(part.out.find("\"quantiles_of_a_sample\": true"), std::string::npos);
-    EXPECT_EQ(part.out, again.out);
+    const auto columns = [](const Answer &a, const char *end) { return a.out.substr(0, a.out.find(end)); };
+    EXPECT_EQ(columns(part, "seconds"), columns(again, "seconds"));
     const auto median = [](const Answer &a) {
-        return std::strtod(a.out.c_str() + a.out.find("\"0.5\": ") + 7, nullptr);
+        return std::strtod(a.out.c_str() + a.out.find("\"q0.5\": ") + 8, nullptr);
     };
     EXPECT_NEAR(median(part), median(whole), 4.0 * 0.5 * 20000 / std::sqrt(2000.0)); // four standard errors
     EXPECT_NE(median(part), median(whole));
-    EXPECT_EQ(part.out.substr(0, part.out.find("quantiles")), whole.out.substr(0, whole.out.find("quantiles")));
+    EXPECT_EQ(columns(part, "q0.25"), columns(whole, "q0.25"));
 }
 
 TEST(Stats, RefusesWhatItCannotRead) {

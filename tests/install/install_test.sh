@@ -35,3 +35,8 @@ expect_right "$tree/project/build/consumer_c"
 expect_right "$tree/project/build/consumer_cpp"
 
 [ ! -x "$tree/usr/bin/sarvo" ] || env -u LD_LIBRARY_PATH "$tree/usr/bin/sarvo" --version
+if [ -x "$tree/usr/bin/sarvo" ]; then # what it wrote about itself is there too
+  for file in man/man1/sarvo.1 man/man1/sarvo-fit.1 bash-completion/completions/sarvo zsh/site-functions/_sarvo fish/vendor_completions.d/sarvo.fish; do
+    [ -s "$tree/usr/share/$file" ] || { echo "$file is missing"; exit 1; }
+  done
+fi

@@ -1,19 +1,18 @@
 // The subcommand info.
-#include <cstdio>
+#include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <sarvo/sarvo.h>
 
 #include "errors.h"
-#include "numbers.h"
+#include "library.h"
+#include "line/options.h"
+#include "line/subcommands.h"
 #include "simd/simd.h"
-#include "subcommands.h"
+#include "verify/verify.h"
 
 namespace command {
 namespace {
-
-void line(const char *name, const std::string &value) { std::printf("  %-16s %s\n", name, value.c_str()); }
 
 std::string available() {
     const sarvo::simd::Kernels *tables[8];
@@ -23,39 +22,53 @@ std::string available() {
     return text;
 }
 
-void constants(const char *name, const std::string &dbl, const std::string &flt) {
-    std::printf("  %-16s %-24s %s\n", name, dbl.c_str(), flt.c_str());
+void machine_constants(Answer &answer) {
+    Grid &grid =
+        answer.grid("constants", "arithmetic", {{"name", ""}, {"double", "double", 0, true}, {"float", "float", 9}});
+    const auto row = [&grid](const char *name, Value dbl, Value flt) { grid.rows.push_back({name, dbl, flt}); };
+    const auto i = [](int32_t x) { return Value(int64_t{x}); };
+    row("radix", i(SarvoDblIbeta), i(SarvoFltIbeta));
+    row("digits", i(SarvoDblIt), i(SarvoFltIt));
+    row("rounding", i(SarvoDblIrnd), i(SarvoFltIrnd));
+    row("guard digits", i(SarvoDblNgrd), i(SarvoFltNgrd));
+    row("exponent bits", i(SarvoDblIexp), i(SarvoFltIexp));
+    row("least exponent", i(SarvoDblMinexp), i(SarvoFltMinexp));
+    row("exponent limit", i(SarvoDblMaxexp), i(SarvoFltMaxexp));
+    row("eps", SarvoDblEps, double{SarvoFltEps});
+    row("epsneg", SarvoDblEpsneg, double{SarvoFltEpsneg});
+    row("smallest normal", SarvoDblXmin, double{SarvoFltXmin});
+    row("largest", SarvoDblXmax, double{SarvoFltXmax});
 }
 
-int print_info() {
-    if (sarvo_initialize() != 0) throw Failure(exit_numerical, "the library cannot start");
-    std::printf("sarvo %s\n\n", sarvo_version_string());
-    line("kernels", std::string(sarvo::simd::kernels().level) + " (of " + available() + ")");
-    line("compiler", SARVO_BUILD_COMPILER);
-    line("build", SARVO_BUILD_TYPE);
-    line("flags", SARVO_BUILD_FLAGS);
-    std::printf("\n  %-16s %-24s %s\n", "arithmetic", "double", "float");
-    const auto i = [](int32_t x) { return std::to_string(x); };
-    constants("radix", i(SarvoDblIbeta), i(SarvoFltIbeta));
-    constants("digits", i(SarvoDblIt), i(SarvoFltIt));
-    constants("rounding", i(SarvoDblIrnd), i(SarvoFltIrnd));
-    constants("guard digits", i(SarvoDblNgrd), i(SarvoFltNgrd));
-    constants("exponent bits", i(SarvoDblIexp), i(SarvoFltIexp));
-    constants("least exponent", i(SarvoDblMinexp), i(SarvoFltMinexp));
-    constants("exponent limit", i(SarvoDblMaxexp), i(SarvoFltMaxexp));
-    constants("eps", shortest(SarvoDblEps), general(SarvoFltEps, 9));
-    constants("epsneg", shortest(SarvoDblEpsneg), general(SarvoFltEpsneg, 9));
-    constants("smallest normal", shortest(SarvoDblXmin), general(SarvoFltXmin, 9));
-    constants("largest", shortest(SarvoDblXmax), general(SarvoFltXmax, 9));
+int print_info(const OutputOptions &form, bool verify) {
+    check(sarvo_initialize());
+    Answer answer;
+    if (verify) {
+        const bool right = verify_kernels(answer);
+        print(answer, form);
+        return right ? exit_done : exit_numerical;
+    }
+    const auto fact = [&answer](const char *key, const std::string &text) { answer.fact(key, key, text); };
+    fact("version", sarvo_version_string());
+    answer.fact("kernels", "kernels", std::string(sarvo::simd::kernels().level), 0, "(of " + available() + ")");
+    fact("compiler", SARVO_BUILD_COMPILER);
+    fact("build", SARVO_BUILD_TYPE);
+    fact("flags", SARVO_BUILD_FLAGS);
+    machine_constants(answer);
     sarvo_terminate();
+    print(answer, form);
     return exit_done;
 }
 
 } // namespace
 
 Run add_info(CLI::App &app) {
-    app.footer("Examples:\n  sarvo info\n  sarvo info | grep kernels\n  sarvo info | grep eps");
-    return print_info;
+    const auto form = std::make_shared<OutputOptions>();
+    const auto verify = std::make_shared<bool>(false);
+    explain(app, "", {"sarvo info", "sarvo info --verify", "sarvo info --format json | grep kernels"});
+    app.add_flag("--verify", *verify, "Compare every vector kernel at every level with its literal loop, bit by bit");
+    add_output_options(app, *form);
+    return [form, verify] { return print_info(*form, *verify); };
 }
 
 } // namespace command

@@ -1,4 +1,4 @@
 // The command sarvo.
-#include "app.h"
+#include "line/app.h"
 
 int main(int argc, char **argv) { return command::run(argc, argv); }

@@ -2,6 +2,7 @@
 #include "numbers.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace command {
 
@@ -17,11 +18,20 @@ std::optional<double> parse_number(std::string_view text) {
 }
 
 std::string shortest(double x) {
+    if (std::isnan(x)) return "nan"; // of either sign
     char text[40];
     return {text, std::to_chars(text, text + sizeof text, x).ptr};
 }
 
+std::string hexadecimal(double x) {
+    if (std::isnan(x)) return "nan";
+    char text[40];
+    const std::string digits(text, std::to_chars(text, text + sizeof text, std::fabs(x), std::chars_format::hex).ptr);
+    return (std::signbit(x) ? "-" : "") + std::string(std::isfinite(x) ? "0x" : "") + digits;
+}
+
 std::string general(double x, int digits) {
+    if (std::isnan(x)) return "nan";
     char text[64];
     return {text, std::to_chars(text, text + sizeof text, x, std::chars_format::general, digits).ptr};
 }

@@ -5,37 +5,30 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <sarvo/nr.h>
 
-#include "curve/plot.h"
 #include "data/source.h"
 #include "data/table.h"
 #include "errors.h"
 #include "library.h"
+#include "line/options.h"
+#include "line/subcommands.h"
+#include "line/suggest.h"
 #include "numbers.h"
-#include "output.h"
-#include "subcommands.h"
-#include "suggest.h"
-#include "text.h"
+#include "picture/plot.h"
 
 namespace command {
 namespace {
 
-const char *const footer =
+const char *const prose =
     "DATA is a text file of numbers (- for standard input), as for fit: the abscissae in the first column or --x,\n"
     "ascending or descending, the ordinates in the second or --y. A cubic spline with natural ends, or with the "
     "slopes\n"
-    "given, goes through the points; linear connects them. Beyond the ends both go on; such points are marked.\n"
-    "\n"
-    "Examples:\n"
-    "  sarvo interp table.csv --at 0.5,1.25\n"
-    "  sarvo interp table.csv --grid 0:10:101 --format csv\n"
-    "  sarvo interp table.csv --x t --y level --left 0 --grid 0:10:200 --plot curve.svg";
+    "given, goes through the points; linear connects them. Beyond the ends both go on; such points are marked.\n";
 
 struct Arguments {
-    std::string data, x, y, at, grid, method = "spline", left, right, plot, format = "table";
-    int digits = 8;
+    std::string data, x, y, at, grid, method = "spline", left, right, plot;
+    OutputOptions form;
 };
 
 std::vector<double> numbers(const std::string &text, char separator, const std::string &option) {
@@ -116,27 +109,6 @@ private:
     sarvo_nr_itpl record_ = {};
 };
 
-std::string printed(const std::vector<double> &at, const std::vector<double> &values, double low, double high,
-                    const Arguments &a) {
-    if (a.format == "json") {
-        std::string text = "[";
-        for (size_t i = 0; i < at.size(); i++)
-            text += std::string(i ? ", " : "") + "[" + json_number(at[i]) + ", " + json_number(values[i]) + "]";
-        return text + "]\n";
-    }
-    if (a.format == "csv") {
-        std::string text = "x,y\n";
-        for (size_t i = 0; i < at.size(); i++) text += csv_number(at[i]) + "," + csv_number(values[i]) + "\n";
-        return text;
-    }
-    std::vector<std::vector<std::string>> rows = {{"x", "y"}};
-    for (size_t i = 0; i < at.size(); i++) {
-        rows.push_back({general(at[i], a.digits), general(values[i], a.digits)});
-        if (at[i] < low || at[i] > high) rows.back().push_back("outside");
-    }
-    return aligned(rows);
-}
-
 int run_interp(const Arguments &a) {
     check(sarvo_initialize());
     check_plot_name(a.plot);
@@ -154,36 +126,36 @@ int run_interp(const Arguments &a) {
     if (outside > 0)
         std::fprintf(stderr, "sarvo: %zu of %zu points lie outside %s .. %s\n", outside, at.size(),
                      shortest(low).c_str(), shortest(high).c_str());
-    if (a.plot.empty()) write_out(printed(at, values, low, high, a));
-    else write_plot({a.method + " through " + std::to_string(x.size()) + " points", at, values}, a.plot);
+    if (!a.plot.empty()) {
+        write_plot({a.method + " through " + std::to_string(x.size()) + " points",
+                    {{at, values, a.method}, {x, y, "data", true}}},
+                   a.plot);
+        return exit_done;
+    }
+    Answer answer;
+    Grid &grid = answer.grid("curve", "", {{"x", "x"}, {"y", "y"}, {"outside", "outside"}});
+    for (size_t i = 0; i < at.size(); i++) grid.rows.push_back({at[i], values[i], at[i] < low || at[i] > high});
+    print(answer, a.form);
     return exit_done;
 }
-
-// A validator whose name stays out of the help.
-CLI::Validator silent(CLI::Validator v) { return v.description(""); }
 
 } // namespace
 
 Run add_interp(CLI::App &app) {
     const auto a = std::make_shared<Arguments>();
-    app.footer(footer);
-    app.add_option("DATA", a->data, "File of numbers, - for standard input")->required()->type_name("");
-    app.add_option("--at", a->at, "Where to interpolate")->type_name("X,...");
-    app.add_option("--grid", a->grid, "N places from FROM to TO, evenly")->type_name("FROM:TO:N");
-    app.add_option("--x", a->x, "Column of abscissae (default the first)")->type_name("COLUMN");
-    app.add_option("--y", a->y, "Column of ordinates (default the second)")->type_name("COLUMN");
-    app.add_option("--method", a->method, "spline or linear (default spline)")
-        ->check(silent(CLI::IsMember({"spline", "linear"})))
-        ->type_name("NAME");
-    app.add_option("--left", a->left, "Slope of the spline at the first point (default natural)")->type_name("X");
-    app.add_option("--right", a->right, "Slope of the spline at the last point (default natural)")->type_name("X");
-    app.add_option("--plot", a->plot, "Draw instead: FILE.svg, FILE.png, or - for the terminal")->type_name("FILE");
-    app.add_option("--format", a->format, "table, csv or json; the last two in full precision (default table)")
-        ->check(silent(CLI::IsMember({"table", "csv", "json"})))
-        ->type_name("FORM");
-    app.add_option("--digits", a->digits, "Digits in the table, 1 to 17 (default 8)")
-        ->check(silent(CLI::Range(1, 17)))
-        ->type_name("N");
+    explain(app, prose,
+            {"sarvo interp table.csv --at 0.5,1.25", "sarvo interp table.csv --grid 0:10:101 --format csv",
+             "sarvo interp table.csv --x t --y level --left 0 --grid 0:10:200 --plot curve.svg"});
+    argument(app, "DATA", a->data, "File of numbers, - for standard input")->required();
+    option(app, "--at", a->at, "X,...", "Where to interpolate");
+    option(app, "--grid", a->grid, "FROM:TO:N", "N places from FROM to TO, evenly");
+    option(app, "--x", a->x, "COLUMN", "Column of abscissae (default the first)");
+    option(app, "--y", a->y, "COLUMN", "Column of ordinates (default the second)");
+    choice(app, "--method", a->method, "spline|linear", "Method (default spline)");
+    option(app, "--left", a->left, "X", "Slope of the spline at the first point (default natural)");
+    option(app, "--right", a->right, "X", "Slope of the spline at the last point (default natural)");
+    option(app, "--plot", a->plot, "FILE", "Draw instead: FILE.svg, FILE.png, or - for the terminal");
+    add_output_options(app, a->form);
     return [a] { return run_interp(*a); };
 }
 

@@ -10,8 +10,9 @@
 #include "elementary.h"
 #include "formula/parser.h"
 #include "library.h"
+#include "line/suggest.h"
 #include "numbers.h"
-#include "suggest.h"
+#include "stopwatch.h"
 
 namespace command {
 namespace {
@@ -292,6 +293,7 @@ void add_significance(bool normal, FitResult &result) {
 
 FitResult fit(const Table &table, const FitOptions &options,
               const std::function<void(const FitIteration &)> &progress) {
+    const Stopwatch watch;
     Problem problem = make_problem(table, options);
     Record record;
     sarvo_lsq &lsq = record.lsq;
@@ -328,6 +330,7 @@ FitResult fit(const Table &table, const FitOptions &options,
     add_significance(options.known_variances, result);
     if (!options.known_variances && !result.residual_sd && result.warning.empty())
         result.warning = "as many parameters as rows: there are no standard errors";
+    result.seconds = watch.seconds();
     return result;
 }
 

@@ -42,8 +42,9 @@ struct FitResult {
     long degrees_of_freedom = 0;
     int iterations = 0;
     bool converged = false;
-    std::string reason;   // why it stopped
-    std::string warning;  // about what the figures cannot tell; may be empty
+    std::string reason;  // why it stopped
+    std::string warning; // about what the figures cannot tell; may be empty
+    double seconds = 0.0;
     double condition = 0; // of the Jacobian with columns scaled to length 1
 };
 

@@ -1,14 +1,11 @@
-// The result of a fit as text.
+// The result of a fit as an answer.
 #pragma once
 
-#include <string>
-
+#include "answer/answer.h"
 #include "fit/fit.h"
 
 namespace command {
 
-std::string fit_table(const FitResult &result, const FitOptions &options, int digits); // for people
-std::string fit_csv(const FitResult &result);  // item,value,standard_error,t,p; full precision
-std::string fit_json(const FitResult &result); // one object; full precision, null for what there is not
+Answer fit_answer(const FitResult &result, const FitOptions &options);
 
 } // namespace command

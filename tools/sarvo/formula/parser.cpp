@@ -7,7 +7,7 @@
 
 #include "data/source.h"
 #include "errors.h"
-#include "suggest.h"
+#include "line/suggest.h"
 
 namespace command::formula {
 namespace {

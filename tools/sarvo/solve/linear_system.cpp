@@ -143,7 +143,7 @@ public:
         if (e && sarko_error_code(e) == SarvoMHSingEC) {
             sarko_error_clear(e);
             throw Failure(exit_numerical, "the matrix is singular: a pivot is zero. --method lsqr finds a "
-                                              "least-squares solution");
+                                          "least-squares solution");
         }
         check(e);
         for (size_t i = 0; i < b.size(); i++) x[order_->elems[i]] = out->elems[i];

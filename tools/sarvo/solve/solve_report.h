@@ -1,16 +1,12 @@
-// The result of a linear system as text.
+// The result of a linear system as an answer.
 #pragma once
 
-#include <string>
-
+#include "answer/answer.h"
 #include "solve/linear_system.h"
 
 namespace command {
 
-// For people: what was done and how good it is; of more than 20 unknowns the first and the last.
-std::string solve_table(const SolveResult &result, int digits);
-std::string solve_csv(const SolveResult &result);       // item,value, then x1,...; full precision
-std::string solve_json(const SolveResult &result);      // one object; full precision, null for what there is not
+Answer solve_answer(const SolveResult &result);
 std::string solution_market(const SolveResult &result); // x as a Matrix Market array
 
 } // namespace command

@@ -4,22 +4,21 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <sarvo/sarvo.h>
 
+#include "answer/output.h"
 #include "errors.h"
 #include "library.h"
+#include "line/options.h"
+#include "line/subcommands.h"
+#include "line/suggest.h"
 #include "numbers.h"
-#include "output.h"
 #include "special/distributions.h"
-#include "subcommands.h"
-#include "suggest.h"
-#include "text.h"
 
 namespace command {
 namespace {
 
-std::string footer() {
+std::string prose() {
     std::string text = "Distributions and their parameters:\n";
     for (const Distribution &d : distributions()) {
         std::string call(d.name);
@@ -28,18 +27,14 @@ std::string footer() {
     }
     return text +
            "cdf and pdf take points x behind the parameters, quantile probabilities of the lower tail. Both tails\n"
-           "are computed as such, not as 1 minus the other, where that keeps more digits.\n"
-           "\n"
-           "Examples:\n"
-           "  sarvo dist student cdf 10 2.228\n"
-           "  sarvo dist chi2 quantile 3 0.95 0.99\n"
-           "  sarvo dist normal pdf 0 1 -1 0 1 --format csv";
+           "are computed as such, not as 1 minus the other, where that keeps more digits.\n";
 }
 
 struct Arguments {
     std::string name, what;
     std::vector<std::string> numbers;
-    std::string format = "table";
+    OutputOptions form;
+    bool bare = false;
 };
 
 const Distribution &find(const std::string &name) {
@@ -61,10 +56,6 @@ std::vector<double> parse(const std::vector<std::string> &words) {
     return numbers;
 }
 
-struct Row {
-    double x, lower, upper, density;
-};
-
 int run_dist(const Arguments &a) {
     check(sarvo_initialize());
     const Distribution &d = find(a.name);
@@ -80,36 +71,27 @@ int run_dist(const Arguments &a) {
     for (size_t i = 0; i < count; i++)
         if (!(p[i] > 0.0) && d.parameters[i] != "mean")
             throw usage_error(std::string(d.parameters[i]) + " must be greater than 0");
-    std::vector<Row> rows;
+    Answer answer;
+    Grid &grid = answer.grid("values", "",
+                             {{"x", "x", 0, true},
+                              {"lower", "P(X <= x)", 0, true},
+                              {"upper", "P(X > x)", 0, true},
+                              {"density", "density", 10}});
+    std::vector<double> asked;
     for (const double point : points) {
         if (a.what == "quantile" && (point < 0.0 || point > 1.0))
             throw usage_error("a probability lies between 0 and 1, not at " + shortest(point));
         const double x = a.what == "quantile" ? d.quantile(p, point) : point;
-        rows.push_back({x, d.lower(p, x), d.upper(p, x), d.density(p, x)});
+        grid.rows.push_back({x, d.lower(p, x), d.upper(p, x), d.density(p, x)});
+        asked.push_back(std::get<double>(grid.rows.back()[a.what == "quantile" ? 0 : a.what == "cdf" ? 1 : 3]));
     }
 
-    std::string text;
-    if (a.format == "json") {
-        text = "[";
-        for (const Row &r : rows)
-            text += std::string(text.size() > 1 ? "," : "") + "\n  {\"x\": " + json_number(r.x) +
-                    ", \"lower\": " + json_number(r.lower) + ", \"upper\": " + json_number(r.upper) +
-                    ", \"density\": " + json_number(r.density) + "}";
-        text += "\n]\n";
-    } else if (a.format == "value") {
-        for (const Row &r : rows)
-            text += shortest(a.what == "quantile" ? r.x : a.what == "pdf" ? r.density : r.lower) + "\n";
-    } else if (a.format == "csv") {
-        text = "x,lower,upper,density\n";
-        for (const Row &r : rows)
-            text += csv_number(r.x) + "," + csv_number(r.lower) + "," + csv_number(r.upper) + "," +
-                    csv_number(r.density) + "\n";
-    } else {
-        std::vector<std::vector<std::string>> cells = {{"x", "P(X <= x)", "P(X > x)", "density"}};
-        for (const Row &r : rows)
-            cells.push_back({shortest(r.x), shortest(r.lower), shortest(r.upper), general(r.density, 10)});
-        text = aligned(cells);
+    if (!a.bare) {
+        print(answer, a.form);
+        return exit_done;
     }
+    std::string text;
+    for (const double number : asked) text += (a.form.hex ? hexadecimal(number) : shortest(number)) + "\n";
     write_out(text);
     return exit_done;
 }
@@ -118,16 +100,14 @@ int run_dist(const Arguments &a) {
 
 Run add_dist(CLI::App &app) {
     const auto a = std::make_shared<Arguments>();
-    app.footer(footer());
-    app.add_option("NAME", a->name, "Distribution")->required()->type_name("");
-    app.add_option("WHAT", a->what, "cdf, pdf or quantile")
-        ->required()
-        ->check(CLI::Validator(CLI::IsMember({"cdf", "pdf", "quantile"})).description(""))
-        ->type_name("");
-    app.add_option("NUMBERS", a->numbers, "Parameters, then points or probabilities")->required()->type_name("");
-    app.add_option("--format", a->format, "table, csv, json, or value: the bare number asked for (default table)")
-        ->check(CLI::Validator(CLI::IsMember({"table", "csv", "json", "value"})).description(""))
-        ->type_name("FORM");
+    explain(app, prose(),
+            {"sarvo dist student cdf 10 2.228", "sarvo dist chi2 quantile 3 0.95 0.99",
+             "sarvo dist normal pdf 0 1 -1 0 1 --format csv"});
+    argument(app, "NAME", a->name, "Distribution")->required();
+    choice_argument(app, "WHAT", a->what, "cdf|pdf|quantile", "What of it")->required();
+    argument(app, "NUMBERS", a->numbers, "Parameters, then points or probabilities")->required();
+    app.add_flag("--bare", a->bare, "Print nothing but the numbers asked for");
+    add_output_options(app, a->form);
     return [a] { return run_dist(*a); };
 }
 

@@ -4,22 +4,19 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <sarvo/sarvo.h>
 
 #include "errors.h"
 #include "formula/parser.h"
 #include "library.h"
-#include "numbers.h"
-#include "output.h"
+#include "line/options.h"
+#include "line/subcommands.h"
 #include "special/special_functions.h"
-#include "subcommands.h"
-#include "text.h"
 
 namespace command {
 namespace {
 
-std::string footer() {
+std::string prose() {
     std::string text =
         "EXPRESSION is arithmetic as in fit (with lngamma, gamma, psi, psi1), or one special function of such, which\n"
         "comes with its error estimate:\n";
@@ -29,10 +26,7 @@ std::string footer() {
         call += ")";
         text += "  " + call + std::string(call.size() < 14 ? 14 - call.size() : 1, ' ') + std::string(f.meaning) + "\n";
     }
-    return text + "\nExamples:\n"
-                  "  sarvo eval 'lngamma(0.5)' 'hzeta(2, 1)'\n"
-                  "  sarvo eval 'psin(3, 1/4)' --format json\n"
-                  "  sarvo eval 'exp(lngamma(10.5) - lngamma(10))'";
+    return text;
 }
 
 // "name(a, b)" taken apart where the parentheses are the whole of it; no name otherwise.
@@ -86,46 +80,27 @@ special::Result evaluate(const std::string &text) {
 
 struct Arguments {
     std::vector<std::string> expressions;
-    std::string format = "table";
+    OutputOptions form;
 };
 
-std::string as_table(const std::vector<std::string> &expressions, const std::vector<special::Result> &results) {
-    std::vector<std::vector<std::string>> rows = {{"expression", "value", "error estimate", "relative"}};
-    for (size_t i = 0; i < results.size(); i++) {
-        const special::Result &r = results[i];
-        rows.push_back({expressions[i], shortest(r.value)});
-        if (r.error) {
-            rows.back().push_back(general(*r.error, 2));
-            rows.back().push_back(r.value == 0.0 ? "-" : general(*r.error / std::fabs(r.value), 2));
-        }
-        if (r.sign) rows.back().push_back(*r.sign < 0.0 ? "Gamma < 0" : "Gamma > 0");
-    }
-    return aligned(rows);
-}
-
-std::string as_csv(const std::vector<std::string> &expressions, const std::vector<special::Result> &results) {
-    std::string text = "expression,value,error\n";
-    for (size_t i = 0; i < results.size(); i++)
-        text += csv_cell(expressions[i]) + "," + csv_number(results[i].value) + "," +
-                (results[i].error ? csv_number(*results[i].error) : "") + "\n";
-    return text;
-}
-
-std::string as_json(const std::vector<std::string> &expressions, const std::vector<special::Result> &results) {
-    std::string text = "[";
-    for (size_t i = 0; i < results.size(); i++)
-        text += std::string(i ? "," : "") + "\n  {\"expression\": " + json_string(expressions[i]) +
-                ", \"value\": " + json_number(results[i].value) + ", \"error\": " + json_number(results[i].error) +
-                ", \"sign\": " + json_number(results[i].sign) + "}";
-    return text + "\n]\n";
+Value relative(const special::Result &r) {
+    return r.error && r.value != 0.0 ? Value(*r.error / std::fabs(r.value)) : Value();
 }
 
 int run_eval(const Arguments &a) {
     check(sarvo_initialize());
-    std::vector<special::Result> results;
-    for (const std::string &text : a.expressions) results.push_back(evaluate(text));
-    const auto form = a.format == "json" ? as_json : a.format == "csv" ? as_csv : as_table;
-    write_out(form(a.expressions, results));
+    Answer answer;
+    Grid &grid = answer.grid("values", "",
+                             {{"expression", "expression"},
+                              {"value", "value", 0, true},
+                              {"error", "error estimate", 2},
+                              {"relative", "relative", 2},
+                              {"sign", "sign of Gamma"}});
+    for (const std::string &text : a.expressions) {
+        const special::Result r = evaluate(text);
+        grid.rows.push_back({text, r.value, value(r.error), relative(r), value(r.sign)});
+    }
+    print(answer, a.form);
     return exit_done;
 }
 
@@ -133,11 +108,11 @@ int run_eval(const Arguments &a) {
 
 Run add_eval(CLI::App &app) {
     const auto a = std::make_shared<Arguments>();
-    app.footer(footer());
-    app.add_option("EXPRESSION", a->expressions, "One or more")->required()->type_name("");
-    app.add_option("--format", a->format, "table, csv or json (default table)")
-        ->check(CLI::Validator(CLI::IsMember({"table", "csv", "json"})).description(""))
-        ->type_name("FORM");
+    explain(app, prose(),
+            {"sarvo eval 'lngamma(0.5)' 'hzeta(2, 1)'", "sarvo eval 'psin(3, 1/4)' --format json",
+             "sarvo eval 'exp(lngamma(10.5) - lngamma(10))'"});
+    argument(app, "EXPRESSION", a->expressions, "One or more")->required();
+    add_output_options(app, a->form);
     return [a] { return run_eval(*a); };
 }
 

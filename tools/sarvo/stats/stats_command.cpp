@@ -7,38 +7,32 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "data/source.h"
 #include "data/table.h"
 #include "errors.h"
+#include "line/options.h"
+#include "line/subcommands.h"
+#include "line/suggest.h"
 #include "numbers.h"
-#include "output.h"
+#include "picture/plot.h"
 #include "progress.h"
 #include "stats/summary.h"
-#include "subcommands.h"
-#include "suggest.h"
-#include "text.h"
+#include "stopwatch.h"
 
 namespace command {
 namespace {
 
-const char *const footer =
+const char *const prose =
     "DATA is a text file of numbers (- for standard input), as for fit. Every column is summed up: number, mean,\n"
     "standard deviation (divisor n - 1; with weights the sum of weights), standard error of the mean, skewness, "
     "excess\n"
     "kurtosis, extremes and quantiles, in one pass. Of standard input at most 100000 values a column are kept for the\n"
-    "quantiles, a random part if there are more (marked ~); of files all, unless --keep says otherwise.\n"
-    "\n"
-    "Examples:\n"
-    "  sarvo stats data.csv\n"
-    "  sarvo stats data.csv --columns y,x --weights w --quantiles 0.05,0.5,0.95\n"
-    "  zcat big.txt.gz | sarvo stats - --format json";
+    "quantiles, a random part if there are more; of files all, unless --keep says otherwise.\n";
 
 struct Arguments {
-    std::string data, weights, columns, quantiles = "0.25,0.5,0.75", format = "table";
+    std::string data, weights, columns, quantiles = "0.25,0.5,0.75", plot;
     uint64_t keep = 0; // 0: by the kind of the source
-    int digits = 6;
+    OutputOptions form = {"", 6};
 };
 
 std::vector<std::string> split(const std::string &text) {
@@ -102,7 +96,7 @@ std::vector<Summary> summarise(const Arguments &a, const std::vector<double> &p)
     progress.clear();
     if (rows == 0) throw input_error(source_name(a.data) + ": there is a header but no data");
     std::vector<Summary> all;
-    for (ColumnSummary &c : columns) all.push_back(c.result(p));
+    for (ColumnSummary &c : columns) all.push_back(c.result(p, a.plot.empty() ? 16 : 40));
     return all;
 }
 
@@ -116,69 +110,65 @@ std::string bars(const std::vector<uint64_t> &counts) {
     return text;
 }
 
-std::string as_table(const std::vector<Summary> &all, const std::vector<double> &p, int digits) {
-    const auto shown = [digits](const std::optional<double> &x) { return x ? general(*x, digits) : std::string("-"); };
-    std::vector<std::vector<std::string>> rows = {
-        {""},       {"n"}, {"mean"}, {"standard deviation"}, {"standard error"}, {"skewness"}, {"excess kurtosis"},
-        {"minimum"}};
-    for (const double q : p) rows.push_back({"quantile " + shortest(q)});
-    rows.push_back({"maximum"});
-    rows.push_back({"values"});
+Answer as_answer(const std::vector<Summary> &all, const std::vector<double> &p, double seconds) {
+    std::vector<Column> columns = {{"column", ""},
+                                   {"n", "n"},
+                                   {"mean", "mean"},
+                                   {"sd", "standard deviation"},
+                                   {"standard_error", "standard error"},
+                                   {"skewness", "skewness"},
+                                   {"kurtosis", "excess kurtosis"},
+                                   {"min", "minimum"}};
+    for (const double q : p) columns.push_back({"q" + shortest(q), "quantile " + shortest(q)});
+    columns.push_back({"max", "maximum"});
+    columns.push_back({"", "values"});
+    Answer answer;
+    bool sampled = false;
+    Grid &grid = answer.grid("columns", "", columns);
+    grid.turned = true;
     for (const Summary &s : all) {
-        std::vector<std::string> cells = {s.name,
-                                          std::to_string(s.n),
-                                          general(s.mean, digits),
-                                          shown(s.sd),
-                                          shown(s.standard_error),
-                                          shown(s.skewness),
-                                          shown(s.kurtosis),
-                                          general(s.min, digits)};
-        for (const auto &q : s.quantiles) cells.push_back((s.sampled ? "~" : "") + shown(q));
-        cells.push_back(general(s.max, digits));
-        cells.push_back(bars(s.histogram));
-        for (size_t i = 0; i < rows.size(); i++) rows[i].push_back(cells[i]);
+        std::vector<Value> row = {
+            s.name, whole(s.n), s.mean, value(s.sd), value(s.standard_error), value(s.skewness), value(s.kurtosis),
+            s.min};
+        for (const auto &q : s.quantiles) row.push_back(value(q));
+        row.emplace_back(s.max);
+        row.emplace_back(bars(s.histogram));
+        grid.rows.push_back(row);
+        sampled = sampled || s.sampled;
     }
-    return aligned(rows);
+    answer.fact("quantiles_of_a_sample", "quantiles of a random part", sampled);
+    answer.time(seconds);
+    return answer;
 }
 
-std::string as_csv(const std::vector<Summary> &all, const std::vector<double> &p) {
-    const auto cell = [](const std::optional<double> &x) { return x ? csv_number(*x) : std::string(); };
-    std::string text = "column,n,mean,sd,standard_error,skewness,kurtosis,min,max";
-    for (const double q : p) text += ",q" + shortest(q);
-    text += "\n";
-    for (const Summary &s : all) {
-        text += csv_cell(s.name) + "," + std::to_string(s.n) + "," + csv_number(s.mean) + "," + cell(s.sd) + "," +
-                cell(s.standard_error) + "," + cell(s.skewness) + "," + cell(s.kurtosis) + "," + csv_number(s.min) +
-                "," + csv_number(s.max);
-        for (const auto &q : s.quantiles) text += "," + cell(q);
-        text += "\n";
+// The outline of the bars.
+Plot histogram(const std::vector<Summary> &all) {
+    if (all.size() != 1) throw usage_error("--plot draws one column: say which with --columns");
+    const Summary &s = all[0];
+    Series outline;
+    const auto bins = static_cast<double>(s.histogram.size());
+    const auto add = [&](double x, double y) {
+        outline.x.push_back(x);
+        outline.y.push_back(y);
+    };
+    add(s.min, 0.0);
+    for (size_t i = 0; i < s.histogram.size(); i++) {
+        const double left = static_cast<double>(i) / bins, right = static_cast<double>(i + 1) / bins;
+        for (const double share : {left, right})
+            add(s.min + (s.max - s.min) * share, static_cast<double>(s.histogram[i]));
+        add(s.min + (s.max - s.min) * right, 0.0);
     }
-    return text;
-}
-
-std::string as_json(const std::vector<Summary> &all, const std::vector<double> &p) {
-    std::string text = "[";
-    for (const Summary &s : all) {
-        text += std::string(text.size() > 1 ? "," : "") + "\n  {\"column\": " + json_string(s.name) +
-                ", \"n\": " + std::to_string(s.n) + ", \"mean\": " + json_number(s.mean) +
-                ", \"sd\": " + json_number(s.sd) + ", \"standard_error\": " + json_number(s.standard_error) +
-                ", \"skewness\": " + json_number(s.skewness) + ", \"kurtosis\": " + json_number(s.kurtosis) +
-                ", \"min\": " + json_number(s.min) + ", \"max\": " + json_number(s.max) + ", \"quantiles\": {";
-        for (size_t i = 0; i < p.size(); i++)
-            text += std::string(i ? ", " : "") + "\"" + shortest(p[i]) + "\": " + json_number(s.quantiles[i]);
-        text += std::string("}, \"quantiles_of_a_sample\": ") + (s.sampled ? "true" : "false") + "}";
-    }
-    return text + "\n]\n";
+    return {s.name + ", " + std::to_string(s.n) + " values", {outline}, s.name, "count"};
 }
 
 int run_stats(const Arguments &a) {
     check(sarvo_initialize());
+    check_plot_name(a.plot);
+    const Stopwatch watch;
     const std::vector<double> p = probabilities(a.quantiles);
     const std::vector<Summary> all = summarise(a, p);
-    const std::string text = a.format == "json"  ? as_json(all, p)
-                             : a.format == "csv" ? as_csv(all, p)
-                                                 : as_table(all, p, a.digits);
-    write_out(text);
+    if (!a.plot.empty()) write_plot(histogram(all), a.plot);
+    print(as_answer(all, p, watch.seconds()), a.form);
     return exit_done;
 }
 
@@ -186,20 +176,16 @@ int run_stats(const Arguments &a) {
 
 Run add_stats(CLI::App &app) {
     const auto a = std::make_shared<Arguments>();
-    app.footer(footer);
-    app.add_option("DATA", a->data, "File of numbers, - for standard input")->required()->type_name("");
-    app.add_option("--columns", a->columns, "Only these columns")->type_name("NAME,...");
-    app.add_option("--weights", a->weights, "Column of weights")->type_name("COLUMN");
-    app.add_option("--quantiles", a->quantiles, "Probabilities (default 0.25,0.5,0.75)")->type_name("P,...");
-    app.add_option("--keep", a->keep, "Values a column kept for the quantiles")
-        ->check(CLI::Validator(CLI::Range(uint64_t{1}, uint64_t{1} << 40)).description(""))
-        ->type_name("N");
-    app.add_option("--format", a->format, "table, csv or json; the last two in full precision (default table)")
-        ->check(CLI::Validator(CLI::IsMember({"table", "csv", "json"})).description(""))
-        ->type_name("FORM");
-    app.add_option("--digits", a->digits, "Digits in the table, 1 to 17 (default 6)")
-        ->check(CLI::Validator(CLI::Range(1, 17)).description(""))
-        ->type_name("N");
+    explain(app, prose,
+            {"sarvo stats data.csv", "sarvo stats data.csv --columns y,x --weights w --quantiles 0.05,0.5,0.95",
+             "zcat big.txt.gz | sarvo stats - --format json"});
+    argument(app, "DATA", a->data, "File of numbers, - for standard input")->required();
+    option(app, "--columns", a->columns, "NAME,...", "Only these columns");
+    option(app, "--weights", a->weights, "COLUMN", "Column of weights");
+    option(app, "--quantiles", a->quantiles, "P,...", "Probabilities (default 0.25,0.5,0.75)");
+    option(app, "--keep", a->keep, uint64_t{1}, uint64_t{1} << 40, "N", "Values a column kept for the quantiles");
+    option(app, "--plot", a->plot, "FILE", "Draw the histogram too: FILE.svg, FILE.png, or - for the terminal");
+    add_output_options(app, a->form);
     return [a] { return run_stats(*a); };
 }
 

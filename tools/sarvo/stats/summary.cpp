@@ -44,7 +44,7 @@ std::optional<double> ColumnSummary::quantile(double p) const {
     return kept_[i].x + (place - static_cast<double>(i)) * (kept_[i + 1].x - kept_[i].x);
 }
 
-Summary ColumnSummary::result(const std::vector<double> &probabilities) {
+Summary ColumnSummary::result(const std::vector<double> &probabilities, size_t bins) {
     Summary s;
     s.name = name_;
     s.n = moments_.n;
@@ -65,7 +65,6 @@ Summary ColumnSummary::result(const std::vector<double> &probabilities) {
     s.sampled = s.n > kept_.size();
     std::sort(kept_.begin(), kept_.end(), [](const Kept &a, const Kept &b) { return a.x < b.x; });
     for (const double p : probabilities) s.quantiles.push_back(quantile(p));
-    constexpr size_t bins = 16;
     if (!kept_.empty() && s.max > s.min) {
         s.histogram.resize(bins);
         for (const Kept &k : kept_) {

@@ -30,7 +30,7 @@ public:
     ColumnSummary(std::string name, uint64_t capacity, bool weighted);
 
     void add(double x, double weight);
-    Summary result(const std::vector<double> &probabilities);
+    Summary result(const std::vector<double> &probabilities, size_t bins = 16);
 
 private:
     std::optional<double> quantile(double p) const; // of sorted values

@@ -1,5 +1,5 @@
 // Cells and values as text.
-#include "text.h"
+#include "answer/text.h"
 
 #include <algorithm>
 #include <cmath>

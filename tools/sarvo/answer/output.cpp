@@ -1,5 +1,5 @@
 // Writing of results.
-#include "output.h"
+#include "answer/output.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,5 +1,5 @@
 // Scales, ticks and runs of points.
-#include "curve/plot_scale.h"
+#include "picture/plot_scale.h"
 
 #include <cmath>
 
@@ -8,13 +8,16 @@
 
 namespace command {
 
-Scale scale_of(const std::vector<double> &values, double first, double last) {
+namespace {
+
+Scale scale_of(const Plot &plot, std::vector<double> Series::*values, double first, double last) {
     double low = HUGE_VAL, high = -HUGE_VAL;
-    for (const double v : values)
-        if (std::isfinite(v)) {
-            low = std::fmin(low, v);
-            high = std::fmax(high, v);
-        }
+    for (const Series &series : plot.series)
+        for (const double v : series.*values)
+            if (std::isfinite(v)) {
+                low = std::fmin(low, v);
+                high = std::fmax(high, v);
+            }
     if (!(low <= high)) low = 0.0, high = 1.0;
     if (!(high - low > 1e-12 * std::fmax(std::fabs(low), std::fabs(high)))) {
         const double margin = low == 0.0 ? 1.0 : 0.1 * std::fabs(low);
@@ -23,6 +26,11 @@ Scale scale_of(const std::vector<double> &values, double first, double last) {
     }
     return {low, high, first, last};
 }
+
+} // namespace
+
+Scale x_scale(const Plot &plot, double first, double last) { return scale_of(plot, &Series::x, first, last); }
+Scale y_scale(const Plot &plot, double first, double last) { return scale_of(plot, &Series::y, first, last); }
 
 std::vector<double> ticks(const Scale &scale, int count) {
     const double raw = (scale.high - scale.low) / count;
@@ -37,6 +45,8 @@ std::vector<double> ticks(const Scale &scale, int count) {
     return all;
 }
 
+namespace {
+
 std::string tick_label(double value, const std::vector<double> &all) {
     const double step = all.size() > 1 ? all[1] - all[0] : 1.0;
     if (std::fabs(value) < 1e-9 * step) return "0";
@@ -48,7 +58,25 @@ std::string tick_label(double value, const std::vector<double> &all) {
     return shortest(value);
 }
 
-std::vector<Run> runs(const Plot &plot) {
+std::vector<Mark> labelled(const std::vector<double> &all) {
+    std::vector<Mark> marks;
+    for (const double t : all) marks.emplace_back(t, tick_label(t, all));
+    return marks;
+}
+
+} // namespace
+
+std::vector<Mark> x_marks(const Plot &plot, const Scale &scale, int count) {
+    if (plot.x_marks.empty()) return labelled(ticks(scale, count));
+    std::vector<Mark> some; // those that find room
+    const size_t step = (plot.x_marks.size() + static_cast<size_t>(count) - 1) / static_cast<size_t>(count);
+    for (size_t i = 0; i < plot.x_marks.size(); i += step) some.push_back(plot.x_marks[i]);
+    return some;
+}
+
+std::vector<Mark> y_marks(const Scale &scale, int count) { return labelled(ticks(scale, count)); }
+
+std::vector<Run> runs(const Series &plot) {
     std::vector<Run> all;
     for (size_t i = 0; i < plot.x.size();) {
         if (!std::isfinite(plot.y[i])) {

@@ -1,8 +1,8 @@
 // Where a picture goes, and so which it is.
-#include "curve/plot.h"
+#include "picture/plot.h"
 
+#include "answer/output.h"
 #include "errors.h"
-#include "output.h"
 
 namespace command {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "curve/plot.h"
+#include "picture/plot.h"
 
 namespace command {
 
@@ -13,17 +13,22 @@ struct Scale {
     double operator()(double v) const { return first + (v - low) / (high - low) * (last - first); }
 };
 
-// The range of the finite values, widened where it is empty.
-Scale scale_of(const std::vector<double> &values, double first, double last);
+// The range of the finite values of all series, widened where it is empty.
+Scale x_scale(const Plot &plot, double first, double last);
+Scale y_scale(const Plot &plot, double first, double last);
 
 // Multiples of 1, 2 or 5 times a power of ten inside the scale, about `count` of them.
 std::vector<double> ticks(const Scale &scale, int count);
-std::string tick_label(double value, const std::vector<double> &all);
+
+// A place on an axis and what stands there.
+using Mark = std::pair<double, std::string>;
+std::vector<Mark> x_marks(const Plot &plot, const Scale &scale, int count);
+std::vector<Mark> y_marks(const Scale &scale, int count);
 
 // The runs of points with finite values.
 struct Run {
     size_t begin, end;
 };
-std::vector<Run> runs(const Plot &plot);
+std::vector<Run> runs(const Series &series);
 
 } // namespace command

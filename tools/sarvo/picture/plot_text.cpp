@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "curve/plot_scale.h"
-#include "text.h"
+#include "answer/text.h"
+#include "picture/plot_scale.h"
 
 namespace command {
 namespace {
@@ -47,22 +47,29 @@ private:
 } // namespace
 
 std::string plot_text(const Plot &plot, int columns, int rows) {
-    const Scale sx = scale_of(plot.x, 0.0, 2.0 * columns - 1.0), sy = scale_of(plot.y, 4.0 * rows - 1.0, 0.0);
+    const Scale sx = x_scale(plot, 0.0, 2.0 * columns - 1.0), sy = y_scale(plot, 4.0 * rows - 1.0, 0.0);
     Dots dots(columns, rows);
-    for (const Run &run : runs(plot)) {
-        dots.line(sx(plot.x[run.begin]), sy(plot.y[run.begin]), sx(plot.x[run.begin]), sy(plot.y[run.begin]));
-        for (size_t i = run.begin + 1; i < run.end; i++)
-            dots.line(sx(plot.x[i - 1]), sy(plot.y[i - 1]), sx(plot.x[i]), sy(plot.y[i]));
-    }
-    const auto across = ticks(sx, std::max(2, columns / 14)), up = ticks(sy, std::max(2, rows / 4));
+    for (const Series &series : plot.series)
+        for (const Run &run : runs(series))
+            for (size_t i = run.begin; i < run.end; i++) {
+                const double x = sx(series.x[i]), y = sy(series.y[i]);
+                if (series.points) { // a cross
+                    dots.line(x - 1.0, y, x + 1.0, y);
+                    dots.line(x, y - 1.0, x, y + 1.0);
+                    continue;
+                }
+                const size_t from = i == run.begin ? i : i - 1;
+                dots.line(sx(series.x[from]), sy(series.y[from]), x, y);
+            }
     std::vector<std::string> labels(static_cast<size_t>(rows));
     size_t margin = 0;
-    for (const double t : up) {
+    for (const auto &[t, label] : y_marks(sy, std::max(2, rows / 4))) {
         const auto r = static_cast<size_t>(std::clamp(static_cast<int>(std::lround(sy(t))) / 4, 0, rows - 1));
-        labels[r] = tick_label(t, up);
+        labels[r] = label;
         margin = std::max(margin, labels[r].size());
     }
-    std::string text = "  " + plot.title + "\n";
+    std::string text = "  " + plot.title + (plot.y_name.empty() ? "" : ": " + plot.y_name) +
+                       (plot.x_name.empty() ? "" : " over " + plot.x_name) + "\n";
     for (int r = 0; r < rows; r++) {
         const std::string &label = labels[static_cast<size_t>(r)];
         std::string line = " " + std::string(margin - label.size(), ' ') + label +
@@ -73,9 +80,8 @@ std::string plot_text(const Plot &plot, int columns, int rows) {
     std::string axis, below(static_cast<size_t>(columns) + 12, ' ');
     std::vector<bool> marked(static_cast<size_t>(columns));
     size_t free_from = 0;
-    for (const double t : across) {
+    for (const auto &[t, label] : x_marks(plot, sx, std::max(2, columns / 14))) {
         const auto c = static_cast<size_t>(std::clamp(static_cast<int>(std::lround(sx(t))) / 2, 0, columns - 1));
-        const std::string label = tick_label(t, across);
         const size_t at = c >= label.size() / 2 ? c - label.size() / 2 : 0;
         marked[c] = true;
         if (at < free_from || at + label.size() > below.size()) continue;

@@ -1,5 +1,5 @@
 // Edit distance with swaps of neighbours (F. J. Damerau 1964), and the suggestion made from it.
-#include "suggest.h"
+#include "line/suggest.h"
 
 #include <algorithm>
 

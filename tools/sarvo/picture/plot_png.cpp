@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstdint>
 
-#include "curve/plot_scale.h"
 #include "errors.h"
+#include "picture/plot_scale.h"
 
 namespace command {
 namespace {
@@ -16,7 +16,7 @@ struct Colour {
     int r, g, b;
 };
 constexpr Colour white = {255, 255, 255}, grid = {221, 221, 221}, frame = {136, 136, 136}, ink = {68, 68, 68},
-                 curve = {31, 95, 168};
+                 curves[] = {{31, 95, 168}, {217, 115, 13}, {46, 139, 87}, {168, 50, 121}};
 
 class Image {
 public:
@@ -131,29 +131,29 @@ void write(Image &image, const std::string &text, int x, int y) {
 std::string plot_png(const Plot &plot) {
     constexpr int width = 1200, height = 720, left = 110, right = 30, top = 30, bottom = 50;
     Image image(width, height);
-    const Scale sx = scale_of(plot.x, left, width - right), sy = scale_of(plot.y, height - bottom, top);
-    const auto across = ticks(sx, 8), up = ticks(sy, 6);
+    const Scale sx = x_scale(plot, left, width - right), sy = y_scale(plot, height - bottom, top);
     const auto whole = [](double v) { return static_cast<int>(std::lround(v)); };
-    for (const double t : across) {
-        const std::string label = tick_label(t, across);
-        image.box(whole(sx(t)), top, whole(sx(t)), height - bottom, grid);
-        write(image, label, whole(sx(t)) - static_cast<int>(label.size()) * advance / 2, height - bottom + 14);
+    for (const auto &[at, label] : x_marks(plot, sx, 8)) {
+        image.box(whole(sx(at)), top, whole(sx(at)), height - bottom, grid);
+        write(image, label, whole(sx(at)) - static_cast<int>(label.size()) * advance / 2, height - bottom + 14);
     }
-    for (const double t : up) {
-        const std::string label = tick_label(t, up);
-        image.box(left, whole(sy(t)), width - right, whole(sy(t)), grid);
-        write(image, label, left - 12 - static_cast<int>(label.size()) * advance, whole(sy(t)) - 5);
+    for (const auto &[at, label] : y_marks(sy, 6)) {
+        image.box(left, whole(sy(at)), width - right, whole(sy(at)), grid);
+        write(image, label, left - 12 - static_cast<int>(label.size()) * advance, whole(sy(at)) - 5);
     }
     for (const int y : {top, height - bottom}) image.box(left, y, width - right, y, frame);
     for (const int x : {left, width - right}) image.box(x, top, x, height - bottom, frame);
-    auto share = image.no_cover();
-    for (const Run &run : runs(plot)) {
-        image.cover(sx(plot.x[run.begin]), sy(plot.y[run.begin]), sx(plot.x[run.begin]), sy(plot.y[run.begin]), 2.5,
-                    share);
-        for (size_t i = run.begin + 1; i < run.end; i++)
-            image.cover(sx(plot.x[i - 1]), sy(plot.y[i - 1]), sx(plot.x[i]), sy(plot.y[i]), 2.5, share);
+    for (size_t number = 0; number < plot.series.size(); number++) {
+        const Series &series = plot.series[number];
+        auto share = image.no_cover();
+        for (const Run &run : runs(series))
+            for (size_t i = run.begin; i < run.end; i++) {
+                const size_t from = series.points || i == run.begin ? i : i - 1; // a dot, or a line from the last
+                image.cover(sx(series.x[from]), sy(series.y[from]), sx(series.x[i]), sy(series.y[i]),
+                            series.points ? 8.0 : 2.5, share);
+            }
+        image.paint(share, curves[number % std::size(curves)]);
     }
-    image.paint(share, curve);
     return image.png();
 }
 

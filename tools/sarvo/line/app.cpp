@@ -1,5 +1,5 @@
 // The command line over CLI11.
-#include "app.h"
+#include "line/app.h"
 
 #include <cstdio>
 #include <exception>
@@ -10,9 +10,9 @@
 #include <sarvo/sarvo.h>
 
 #include "errors.h"
+#include "line/subcommands.h"
+#include "line/suggest.h"
 #include "numbers.h"
-#include "subcommands.h"
-#include "suggest.h"
 
 namespace command {
 namespace {
@@ -26,26 +26,37 @@ struct Subcommand {
 constexpr Subcommand subcommands[] = {
     {"fit", "Fit a formula to data by non-linear least squares", add_fit},
     {"solve", "Solve a sparse linear system or least-squares problem from Matrix Market files", add_solve},
+    {"svd", "Singular values, rank and condition of a matrix", add_svd},
+    {"eig", "Eigenvalues of a symmetric matrix", add_eig},
+    {"exp", "Exponential of a square matrix", add_exp},
+    {"inv", "Inverse or pseudo-inverse of a matrix", add_inv},
+    {"cond", "Condition numbers of a matrix", add_cond},
+    {"fft", "Fourier transform of a list of numbers", add_fft},
+    {"conv", "Convolution of two lists of numbers", add_conv},
     {"stats", "Sum up the columns of a table: moments, extremes, quantiles", add_stats},
+    {"random", "Random numbers of a distribution, the same on every machine", add_random},
     {"sample", "Sample a function where it bends; print the points or draw them", add_sample},
     {"interp", "Interpolate a table by a cubic spline or linearly", add_interp},
     {"dist", "Probabilities, densities and quantiles of distributions", add_dist},
     {"eval", "Evaluate arithmetic and special functions with their error estimates", add_eval},
+    {"completion", "Print the completion script of a shell", add_completion},
+    {"manual", "Print the manual page of a subcommand", add_manual},
     {"info", "Show the version, the processor level chosen, machine constants and build flags", add_info},
 };
 
-const char *const footer = "Examples:\n"
-                           "  sarvo fit 'y ~ a + b*x' data.csv --start a=1,b=1\n"
-                           "  sarvo fit 'y ~ b1*(1-exp(-b2*x))' data.csv --start b1=500,b2=1e-4 --format json\n"
-                           "  sarvo solve A.mtx b.mtx --method cg --history\n"
-                           "  sarvo info\n"
-                           "\n"
-                           "sarvo SUBCOMMAND --help tells more.";
+const char *const footer =
+    "Answers come as a table on a terminal, as tab-separated values in a pipe, or as --format says. Exit codes: 0 "
+    "done,\n"
+    "1 numerical failure, 2 usage, 3 bad input, 4 file not readable or writable, 130 interrupted.\n"
+    "sarvo SUBCOMMAND --help tells more.\n"
+    "\n"
+    "Examples:\n"
+    "  sarvo fit 'y ~ a + b*x' data.csv --start a=1,b=1\n"
+    "  sarvo solve A.mtx b.mtx --method cg --history\n"
+    "  sarvo eval 'lngamma(0.5)' 'psi(1)' --format json";
 
-std::vector<std::string> subcommand_names() {
-    std::vector<std::string> names;
-    for (const Subcommand &s : subcommands) names.emplace_back(s.name);
-    return names;
+std::vector<CLI::App *> subcommands_of(CLI::App &app) {
+    return app.get_subcommands([](CLI::App *) { return true; });
 }
 
 std::vector<std::string> option_names(const CLI::App &app) {
@@ -56,21 +67,26 @@ std::vector<std::string> option_names(const CLI::App &app) {
 }
 
 // The word of the command line that nothing takes, with the name that was probably meant; empty when there is none.
-std::string unknown_word(const CLI::App &app, const std::vector<std::string> &words) {
-    const CLI::App *current = &app;
+std::string unknown_word(CLI::App &app, const std::vector<std::string> &words) {
+    CLI::App *current = &app;
     for (const std::string &word : words) {
         if (word == "--") break;
         const bool option = word.size() > 1 && word[0] == '-' && !parse_number(word);
-        if (!option && current == &app) {
-            for (const Subcommand &s : subcommands)
-                if (word == s.name) current = app.get_subcommand(s.name);
-            if (current == &app) return "there is no subcommand '" + word + "'." + suggestion(word, subcommand_names());
-        } else if (option) {
+        if (option) {
             const std::string name = word.substr(0, word.find('='));
             if (name.rfind("--", 0) == 0 ? !current->get_option_no_throw(name)
                                          : !current->get_option_no_throw(name.substr(0, 2)))
                 return "there is no option '" + name + "'." + suggestion(name, option_names(*current));
+            continue;
         }
+        std::vector<std::string> names;
+        CLI::App *next = nullptr;
+        for (CLI::App *subcommand : subcommands_of(*current)) {
+            names.push_back(subcommand->get_name());
+            if (word == subcommand->get_name()) next = subcommand;
+        }
+        if (next) current = next;
+        else if (!names.empty()) return "there is no subcommand '" + word + "'." + suggestion(word, names);
     }
     return "";
 }

@@ -1,0 +1,130 @@
+// svd, eig, exp, inv, cond by the command: textbook matrices, both ways of input, what is refused.
+#include <cmath>
+
+#include "command_support.h"
+#include "data/matrix.h"
+#include "matrix/dense.h"
+#include "numbers.h"
+
+namespace {
+
+using namespace test::cli;
+
+// Eigenvalues 3 - sqrt 3, 3, 3 + sqrt 3; determinant 18.
+const std::string symmetric = "2,1,0\n1,3,1\n0,1,4\n";
+const std::string market =
+    "%%MatrixMarket matrix coordinate real symmetric\n3 3 5\n1 1 2\n2 1 1\n2 2 3\n3 2 1\n3 3 4\n";
+const std::string wide = "3 0 0\n0 4 0\n", singular = "1 2\n2 4\n";
+
+// Numbers behind `"key": ` in our JSON: one, or those of a list.
+std::vector<double> numbers(const std::string &json, const std::string &key) {
+    std::vector<double> all;
+    const size_t place = json.find("\"" + key + "\": ");
+    if (place == std::string::npos) return all;
+    size_t at = place + key.size() + 4;
+    const bool list = json[at] == '[';
+    const std::string text = json.substr(at, json.find(list ? "\n  ]" : "\n", at) - at);
+    for (size_t i = 0; i < text.size();) {
+        const size_t begin = text.find_first_of("-0123456789", i);
+        if (begin == std::string::npos) break;
+        const size_t end = std::min(text.find_first_not_of("-+.e0123456789", begin), text.size());
+        all.push_back(command::parse_number(text.substr(begin, end - begin)).value_or(NAN));
+        i = end;
+    }
+    return all;
+}
+
+void expect_near(const std::vector<double> &actual, const std::vector<double> &expected, const std::string &what) {
+    ASSERT_EQ(actual.size(), expected.size()) << what;
+    for (size_t i = 0; i < actual.size(); i++)
+        EXPECT_NEAR(actual[i], expected[i], 1e-14 * (1.0 + std::fabs(expected[i]))) << what << " " << i;
+}
+
+TEST(DenseCommands, GiveTheTextbookResults) {
+    const double s = std::sqrt(3.0), e = std::exp(1.0);
+    const struct {
+        std::string arguments, input, key;
+        std::vector<double> expected;
+    } rows[] = {
+        {"svd -", symmetric, "singular_values", {3 + s, 3, 3 - s}},
+        {"svd -", market, "condition", {(3 + s) / (3 - s)}},
+        {"svd -", wide, "singular_values", {4, 3}},
+        {"svd -", singular, "rank", {1}},
+        {"svd - --threshold 3.5", wide, "rank", {1}},
+        {"eig -", symmetric, "eigenvalues", {3 - s, 3, 3 + s}},
+        {"eig - --method jacobi", market, "eigenvalues", {3 - s, 3, 3 + s}},
+        {"eig - --half lower", "1 7\n2 1\n", "eigenvalues", {-1, 3}},
+        {"eig - --half mean", "1 6\n2 1\n", "eigenvalues", {-3, 5}},
+        {"exp -", "0 1\n0 0\n", "exp", {1, 1, 0, 1}},
+        {"exp -", "1 0\n0 -1\n", "exp", {e, 0, 0, 1 / e}},
+        {"inv -", "2 1\n1 1\n", "inverse", {1, -1, -1, 2}},
+        {"inv -", "2 1\n1 1\n", "condition", {9}},
+        {"inv - --pseudo", singular, "inverse", {0.04, 0.08, 0.08, 0.16}},
+        {"inv - --pseudo", wide, "inverse", {1.0 / 3, 0, 0, 0.25, 0, 0}},
+        {"cond -", "2 1\n1 1\n", "condition_1", {9}},
+        {"cond -", symmetric, "condition", {(3 + s) / (3 - s)}},
+        {"cond -", wide, "condition", {4.0 / 3}},
+    };
+    for (const auto &row : rows) {
+        const Answer answer = sarvo(row.arguments + " --format json", row.input);
+        EXPECT_EQ(answer.exit_code, 0) << row.arguments << answer.err;
+        expect_near(numbers(answer.out, row.key), row.expected, row.arguments + " " + row.key + "\n" + answer.out);
+        for (const char *key :
+             {"residual", "residual_left", "check", "orthogonality", "orthogonality_u", "orthogonality_v"})
+            for (const double figure : numbers(answer.out, key))
+                EXPECT_LE(figure, 4e-15) << row.arguments << " " << key;
+    }
+}
+
+TEST(DenseCommands, PrintVectorsThatRebuildTheMatrix) {
+    const Answer answer = sarvo("svd - --vectors --format json", "1 2\n3 4\n5 6\n");
+    const auto w = numbers(answer.out, "singular_values"), u = numbers(answer.out, "u"), v = numbers(answer.out, "v");
+    ASSERT_EQ(u.size(), 6u);
+    ASSERT_EQ(v.size(), 4u);
+    std::vector<double> back;
+    for (size_t i = 0; i < 3; i++)
+        for (size_t j = 0; j < 2; j++) back.push_back(u[2 * i] * w[0] * v[2 * j] + u[2 * i + 1] * w[1] * v[2 * j + 1]);
+    expect_near(back, {1, 2, 3, 4, 5, 6}, "U w V'");
+}
+
+TEST(DenseCommands, WriteFilesThatTheyRead) {
+    for (const char *ending : {".npy", ".mtx", ".tsv", ".csv"}) {
+        const std::string path = testing::TempDir() + "sarvo_dense" + ending;
+        const Answer written = sarvo("inv - --output " + path, symmetric);
+        EXPECT_EQ(written.exit_code, 0) << written.err;
+        const Answer back = sarvo("inv " + path + " --format json");
+        expect_near(numbers(back.out, "inverse"), {2, 1, 0, 1, 3, 1, 0, 1, 4}, path);
+        std::remove(path.c_str());
+    }
+}
+
+TEST(DenseCommands, EndAsTheyShould) {
+    const struct {
+        const char *arguments;
+        std::string input;
+        int code;
+        const char *message;
+    } rows[] = {
+        {"inv -", singular, 1, "standard input: "},
+        {"inv -", singular, 1, "--pseudo gives the pseudo-inverse"},
+        {"inv -", wide, 3, "2 rows and 3 columns, a square one is wanted"},
+        {"eig -", "1 6\n2 1\n", 3, "the matrix is not symmetric: 2 in row 2, column 1, 6 opposite"},
+        {"exp -", "1 2\n3 x\n", 3, "standard input:2:3: 'x' is not a number"},
+        {"exp -", "1e300\n", 1, "the exponential overflows"},
+        {"inv - --output x.bin", symmetric, 2, "does not end in .npy, .mtx, .tsv or .csv"},
+        {"inv - --output /nowhere/x.npy", symmetric, 4, "/nowhere/x.npy"},
+        {"svd nowhere.npy", "", 4, "nowhere.npy: cannot be opened"},
+        {"cond -", "%%MatrixMarket matrix array complex general\n1 1\n1 2\n", 3, "the matrix is complex"},
+    };
+    for (const auto &row : rows) {
+        const Answer answer = sarvo(row.arguments, row.input);
+        EXPECT_EQ(answer.exit_code, row.code) << row.arguments << answer.err;
+        EXPECT_NE(answer.err.find(row.message), std::string::npos) << row.arguments << answer.err;
+        EXPECT_TRUE(answer.out.empty()) << answer.out;
+    }
+    const Answer infinite = sarvo("cond -", "1 2\n2 4\n"); // singular is an answer here
+    EXPECT_EQ(infinite.exit_code, 0);
+    EXPECT_NE(infinite.out.find("condition_1: inf"), std::string::npos) << infinite.out;
+}
+
+} // namespace

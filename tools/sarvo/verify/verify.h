@@ -1,0 +1,11 @@
+// Whether every vector kernel has the bits of its literal loop on this machine, and one digest to compare with others.
+#pragma once
+
+#include "answer/answer.h"
+
+namespace command {
+
+// False when a kernel differs; the answer says which.
+bool verify_kernels(Answer &answer);
+
+} // namespace command
