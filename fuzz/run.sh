@@ -19,12 +19,15 @@ need_packages "${build_packages[@]}" "${fuzz_packages[@]}"
 cmake --preset fuzz > /dev/null
 cmake --build --preset fuzz -j "$jobs" --target $(printf 'fuzz_%s ' $targets) -- --quiet
 
+# Shorter traces of allocations and fewer freed blocks kept: twice the executions.
+export ASAN_OPTIONS=malloc_context_size=3:quarantine_size_mb=16
+
 # fuzz NAME: one run, and what it says about itself.
 fuzz() {
   local name=$1 log=build-fuzz/$1.log learnt=build-fuzz/corpus/$1 before after
   mkdir -p "$learnt" build-fuzz/found
   before=$(find build-fuzz/found -name "$name-*" | wc -l)
-  build-fuzz/fuzz/fuzz_"$name" -runs="$executions" -max_len=512 -timeout=10 -rss_limit_mb=2048 -malloc_limit_mb=64 \
+  build-fuzz/fuzz/fuzz_"$name" -runs="$executions" -max_len=512 -timeout=10 -rss_limit_mb=2048 -malloc_limit_mb=64 -entropic=0 \
     -dict=fuzz/dictionaries/"$name".dict -artifact_prefix=build-fuzz/found/"$name"- -close_fd_mask=1 \
     -print_final_stats=1 "$learnt" fuzz/corpus/"$name" > "$log" 2>&1 || true
   after=$(find build-fuzz/found -name "$name-*" | wc -l)

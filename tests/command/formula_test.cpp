@@ -223,4 +223,21 @@ TEST(FormulaErrors, DeepAndLongFormulasAreRefused) {
     EXPECT_NE(error_of(longest).first.find("too long"), std::string::npos);
 }
 
+TEST(FormulaErrors, OfManyAndStrangeNamesAreShort) {
+    command::Table table;
+    for (int c = 0; c < 1000; c++) table.names.push_back("c" + std::to_string(c));
+    table.names[1] = "\x1b[2J";
+    table.columns.resize(table.names.size());
+    const std::string word(100000, 'c'); // no suggestion: comparing it with every name would take minutes
+    try {
+        formula::parse_model("c0 ~ " + word, table, {});
+        ADD_FAILURE() << "was parsed";
+    } catch (const command::Failure &e) {
+        const std::string message = e.what();
+        EXPECT_NE(message.find("Columns: c0 ?[2J c2 "), std::string::npos);
+        EXPECT_NE(message.find(" c29 and more. A parameter needs a start"), std::string::npos);
+        EXPECT_EQ(message.find("c30"), std::string::npos);
+    }
+}
+
 } // namespace

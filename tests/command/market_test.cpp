@@ -107,6 +107,8 @@ TEST(Market, NamesFaultsByLineAndColumn) {
         {head + "2 2 1\n1 1 inf\n", "data:3:5: 'inf' is not finite"},
         {head + "2 2 1\n1 1\n", "data:3:4: the value is missing"},
         {head + "2 2 2\n1 1 5\n", "data: ends after 1 of 2 entries"},
+        {head + "2 2 1099511627776\n1 1 5\n",
+         "data: ends after 1 of 1099511627776 entries"}, // no room is made for them
         {head + "2 2 1\n1 1 5\n% c\n2 2 5\n", "data:5:1: there are more entries than announced"},
         {"%%MatrixMarket matrix array real general\n2 2\n1\n2\n3\n", "data: ends before element (2, 2)"},
         {"%%MatrixMarket matrix coordinate real symmetric\n2 3 1\n", "a symmetric matrix must be square"},

@@ -200,7 +200,7 @@ private:
         constexpr size_t most = 30;
         text += " Columns:";
         for (size_t c = 0; c < table_.names.size() && c < most; c++) text += " " + printable(table_.names[c]);
-        return text + (table_.names.size() > most ? " ..." : "") + ". A parameter needs a start: --start " + word +
+        return text + (table_.names.size() > most ? " and more" : "") + ". A parameter needs a start: --start " + word +
                "=...";
     }
 
