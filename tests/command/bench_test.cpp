@@ -59,6 +59,8 @@ TEST(BenchCommand, MeasuresEachKindAndSaysWhere) {
     } rows[] = {
         {"bench memory 4,14 --size 4K,8K --rounds 2 --min-time 0 --format tsv",
          {"# benchmark: memory\n", "\nCopy\t", "\t8192\t", "\nStandard memcpy\t", "\tMB/s\t1\t"}},
+        {"bench memory --size 4K --rounds 1 --min-time 0",
+         {"\nCopy backwards\t", "\n2-pass copy\t", "\nStandard memset\t"}},
         {"bench latency 8K --reads 1000 --rounds 2", {"# reads: 1000\n", "\n8192\t", "single 8 KiB\t"}},
         {"bench scimark --rounds 1 --min-time 0.001 --fft 64 --sor 10 --sparse 10,50 --lu 10",
          {"\nFFT\t", "\nSOR\t", "\nMonte Carlo\t", "\nsparse product\t", "\nLU\t", "# composite: "}},

@@ -41,7 +41,7 @@ void machine_constants(Answer &answer) {
 }
 
 int print_info(const OutputOptions &form, bool verify) {
-    check(sarvo_initialize());
+    start_library();
     Answer answer;
     if (verify) {
         const bool right = verify_kernels(answer);

@@ -21,6 +21,10 @@ inline void check(sarko_error_t e) {
     throw Failure(exit_numerical, chain);
 }
 
+inline void start_library() {
+    if (sarvo_initialize() != 0) throw Failure(exit_numerical, "the library cannot start");
+}
+
 struct ObjectFree {
     void operator()(sarvo_vector *v) const { sarvo_vector_free(v); }
     void operator()(sarvo_matrix *m) const { sarvo_matrix_free(m); }

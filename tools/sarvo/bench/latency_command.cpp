@@ -59,14 +59,15 @@ std::vector<Task> plan(const std::vector<uint64_t> &all, int32_t reads) {
         const std::string level = level_holding(size, levels);
         const auto dual = std::make_shared<double>(0.0);
         const double weight = 1e-8 * reads * (level == "memory" ? 12.0 : 3.0) + 1e-9 * static_cast<double>(size);
-        tasks.push_back({{"single " + size_text(size), level, size, "ns", false, {}},
+        tasks.push_back({{"single " + size_text(size), level, size, "ns", false, {}, 1.0},
                          [=] {
                              const Sample sample = measure(size, reads);
                              *dual = sample.dual;
                              return sample.single;
                          },
                          weight});
-        tasks.push_back({{"dual " + size_text(size), level, size, "ns", false, {}}, [dual] { return *dual; }, 0.0});
+        tasks.push_back(
+            {{"dual " + size_text(size), level, size, "ns", false, {}, 1.0}, [dual] { return *dual; }, 0.0});
     }
     return tasks;
 }
@@ -77,8 +78,8 @@ void add_table(Answer &answer, const Report &report) {
                               {"", "size"},
                               {"level", "level"},
                               {"single", "single, ns", 3},
-                              {"single_low", "quartiles", 3},
-                              {"single_high", "", 3},
+                              {"single_low", "lower quartile", 3},
+                              {"single_high", "upper quartile", 3},
                               {"dual", "dual, ns", 3}});
     grid.varies = true;
     for (size_t i = 0; i + 1 < report.all.size(); i += 2) {
@@ -104,7 +105,7 @@ Plot picture(const Report &report) {
 }
 
 int run_latency(Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     check_bench_options(a.output);
     Report report = run_tasks("latency", plan(sizes(a.size), a.reads), a.rounds);
     if (report.all.size() % 2) report.all.pop_back(); // interrupted between the two figures

@@ -53,7 +53,8 @@ std::set<uint32_t> parse_tests(const std::string &text) {
         for (auto n = static_cast<uint32_t>(*first); n <= static_cast<uint32_t>(*last); n++) all.insert(n);
         begin = end + 1;
     }
-    for (uint32_t n = 1; all.empty() && n <= test_count; n++) all.insert(n);
+    if (text.empty())
+        for (uint32_t n = 1; n <= test_count; n++) all.insert(n);
     return all;
 }
 
@@ -94,7 +95,7 @@ std::string test_name(uint32_t test) {
 // A row a test, a column a level, medians.
 void add_table(Answer &answer, const Report &report, const std::vector<Place> &where) {
     std::vector<Column> columns = {{"", "MB/s, median"}};
-    for (const Place &place : where) columns.push_back({"", place.level + ", " + size_text(place.size), 4});
+    for (const Place &place : where) columns.push_back({"", place.level + ", " + size_text(place.size)});
     Grid &wide = answer.grid("", "", columns);
     wide.audience = Audience::people;
     for (const Measured &m : report.all) {
@@ -106,7 +107,8 @@ void add_table(Answer &answer, const Report &report, const std::vector<Place> &w
             wide.rows.back()[0] = m.name;
         }
         for (size_t c = 0; c < where.size(); c++)
-            if (where[c].size == m.size) wide.rows[row][c + 1] = spread_of(m).median;
+            if (where[c].size == m.size)
+                wide.rows[row][c + 1] = whole(static_cast<uint64_t>(std::lround(spread_of(m).median)));
     }
 }
 
@@ -146,7 +148,7 @@ Plot picture(const Report &report, const std::vector<Place> &where, const std::v
 }
 
 int run_memory(Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     check_bench_options(a.output);
     const std::set<uint32_t> tests = parse_tests(a.tests);
     const std::vector<Place> where = places(a.sizes);

@@ -75,13 +75,13 @@ void add_samples(Answer &answer, const Report &report) {
         const Spread s = spread_of(m);
         outliers += s.outliers;
         all += m.samples.size();
-        widest = std::max(widest, s.share());
+        widest = std::max(widest, relative_spread(m));
         for (const double x : m.samples)
             grid.rows.push_back({m.name, m.level, whole(m.size), m.unit, m.more_is_better, x});
     }
     if (outliers * 20 > all || widest > 0.1)
         answer.notes.push_back(std::to_string(outliers) + " of " + std::to_string(all) +
-                               " measurements are outliers, the widest spread is " + general(100.0 * widest, 2) +
+                               " measurements are outliers, the widest spread is " + general(100.0 * widest, 3) +
                                "%: something else kept the machine busy");
 }
 

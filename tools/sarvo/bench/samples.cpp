@@ -67,6 +67,12 @@ Spread spread_of(const Measured &m) {
     return s;
 }
 
+double relative_spread(const Measured &m) {
+    const Spread s = spread_of(m);
+    const double scale = std::max(s.median, m.resolution);
+    return scale > 0.0 ? (s.high - s.low) / scale : 0.0;
+}
+
 double rank_sum_probability(const std::vector<double> &a, const std::vector<double> &b) {
     const auto m = static_cast<double>(a.size()), n = static_cast<double>(b.size());
     if (a.empty() || b.empty()) return 1.0;

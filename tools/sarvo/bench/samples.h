@@ -13,15 +13,16 @@ struct Measured {
     std::string unit;
     bool more_is_better = true;
     std::vector<double> samples;
+    double resolution = 0.0; // what is not larger than this is as good as 0
 };
 
 struct Spread {
     double median = 0.0, best = 0.0;
     double low = 0.0, high = 0.0; // quartiles
     size_t outliers = 0;          // beyond one and a half times the distance of the quartiles from them (Tukey, 1977)
-    double share() const { return median > 0.0 ? (high - low) / median : 0.0; }
 };
-Spread spread_of(const Measured &m); // of at least one sample
+Spread spread_of(const Measured &m);       // of at least one sample
+double relative_spread(const Measured &m); // distance of the quartiles as a share of the median
 
 // The two-sided probability of the rank-sum test (Mann and Whitney, 1947) that samples as far apart come from one
 // distribution: counted exactly where no two values are equal and there are at most 50 in all, else by the normal

@@ -110,8 +110,8 @@ void add_table(Answer &answer, const Report &report, const std::vector<Kernel> &
                               {"", "size"},
                               {"level", "data in"},
                               {"median", "Mflops", 4},
-                              {"low", "quartiles", 4},
-                              {"high", "", 4},
+                              {"low", "lower quartile", 4},
+                              {"high", "upper quartile", 4},
                               {"best", "best", 4},
                               {"error", "error", 2}});
     grid.varies = true;
@@ -141,7 +141,7 @@ Plot picture(const Report &report) {
 }
 
 int run_scimark(Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     check_bench_options(a.output);
     const std::vector<Kernel> all = kernels(chosen(a), !a.no_monte_carlo);
     if (all.empty()) throw usage_error("every kernel is left out");

@@ -110,7 +110,7 @@ private:
 };
 
 int run_interp(const Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     check_plot_name(a.plot);
     const std::vector<double> at = places(a);
     const Table table = read_table(a.data);

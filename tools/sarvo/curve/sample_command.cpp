@@ -83,7 +83,7 @@ Curve sample(const Arguments &a, double from, double to) {
 }
 
 int run_sample(const Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     const auto from = parse_number(a.from), to = parse_number(a.to);
     if (!from || !to || !std::isfinite(*from) || !std::isfinite(*to))
         throw usage_error("FROM and TO must be finite numbers");

@@ -64,7 +64,7 @@ void by_factors(const MAT &A, Answer &answer) {
 }
 
 int run_cond(const Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     const Stopwatch watch;
     const DenseInput input = read_real_matrix(a.matrix);
     Answer answer;

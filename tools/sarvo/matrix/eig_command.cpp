@@ -97,7 +97,7 @@ std::string definiteness(const std::vector<double> &w) {
 }
 
 int run_eig(const Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     const Stopwatch watch;
     DenseInput input = read_real_matrix(a.matrix);
     require_square(input);

@@ -24,7 +24,10 @@ Scale scale_of(const Plot &plot, std::vector<double> Series::*values, double fir
         low -= margin;
         high += margin;
     }
-    return {low, high, first, last, logarithmic};
+    bool points = false;
+    for (const Series &series : plot.series) points = points || series.points;
+    const double margin = points ? 0.04 * (high - low) : 0.0; // marks have a size
+    return {low - margin, high + margin, first, last, logarithmic};
 }
 
 } // namespace

@@ -63,15 +63,18 @@ std::string drawn(const Series &series, const Scale &sx, const Scale &sy, const 
     return text;
 }
 
+// In a row above the picture, the last name at its right end.
 std::string legend(const Plot &plot) {
     std::string text;
-    double y = top + 18;
-    for (size_t i = 0; i < plot.series.size() && plot.series.size() > 1; i++) {
-        const Series &series = plot.series[i];
-        if (series.name.empty()) continue;
-        text += "<path d=\"M" + pixel(width - right - 150) + " " + pixel(y - 4) + "h18\" stroke=\"" + colour(i) +
-                "\" stroke-width=\"3\"/>\n" + label(width - right - 126, y, "", series.name);
-        y += 16;
+    double x = width - right;
+    for (size_t i = plot.series.size(); plot.series.size() > 1 && i-- > 0;) {
+        const std::string &name = plot.series[i].name;
+        if (name.empty()) continue;
+        x -= 7.0 * static_cast<double>(name.size()) + 6.0;
+        text += label(x, top - 8, "", name);
+        x -= 18.0;
+        text += "<path d=\"M" + pixel(x) + " " + pixel(top - 12) + "h13\" stroke=\"" + colour(i) +
+                "\" stroke-width=\"4\"/>\n";
     }
     return text;
 }

@@ -150,7 +150,7 @@ void to_npy(const Arguments &a, const Source &source, Tally &tally) {
 }
 
 int run_random(const Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     const Deviate &d = find(a.name);
     const std::vector<double> p = parameters(d, a.words);
     const Source source = open_source(d, p, a.source);

@@ -57,7 +57,7 @@ std::vector<double> parse(const std::vector<std::string> &words) {
 }
 
 int run_dist(const Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     const Distribution &d = find(a.name);
     const std::vector<double> numbers = parse(a.numbers);
     const size_t count = d.parameters.size();

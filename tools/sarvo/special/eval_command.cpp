@@ -88,7 +88,7 @@ Value relative(const special::Result &r) {
 }
 
 int run_eval(const Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     Answer answer;
     Grid &grid = answer.grid("values", "",
                              {{"expression", "expression"},

@@ -162,7 +162,7 @@ Plot histogram(const std::vector<Summary> &all) {
 }
 
 int run_stats(const Arguments &a) {
-    check(sarvo_initialize());
+    start_library();
     check_plot_name(a.plot);
     const Stopwatch watch;
     const std::vector<double> p = probabilities(a.quantiles);
