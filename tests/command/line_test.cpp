@@ -14,6 +14,8 @@ std::vector<std::string> names_of_all() {
     std::istringstream words(sarvo("manual").out);
     for (std::string line; std::getline(words, line);)
         if (line.compare(0, 10, ".BR sarvo\\") == 0) names.push_back(line.substr(11, line.find(' ', 11) - 11));
+    for (const char *nested : {"bench memory", "bench latency", "bench scimark", "bench compare"})
+        names.emplace_back(nested);
     return names;
 }
 

@@ -85,7 +85,7 @@ std::string plot_svg(const Plot &plot) {
     const Scale sx = x_scale(plot, left, width - right), sy = y_scale(plot, height - bottom, top);
     std::string text = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 800 480\" font-family=\"sans-serif\" "
                        "font-size=\"12\">\n<rect width=\"800\" height=\"480\" fill=\"white\"/>\n";
-    text += label(0.5 * width, 20, " text-anchor=\"middle\" font-size=\"15\"", plot.title) + axes(plot, sx, sy);
+    text += label(0.5 * width, 16, " text-anchor=\"middle\" font-size=\"15\"", plot.title) + axes(plot, sx, sy);
     for (size_t i = 0; i < plot.series.size(); i++) text += drawn(plot.series[i], sx, sy, colour(i));
     return text + legend(plot) + "</svg>\n";
 }

@@ -117,8 +117,10 @@ template <typename Take> void draw(const Arguments &a, const Source &source, Tal
         tally.add(block);
         take(std::span<const double>(block));
         done += block.size();
-        progress.show(std::to_string(done * 100 / a.count) + "%  " +
-                      general(static_cast<double>(done) / progress.seconds() * 1e-6, 3) + " million/s");
+        const double share = static_cast<double>(done) / static_cast<double>(a.count);
+        progress.show(std::to_string(static_cast<int>(100.0 * share)) + "%  " +
+                      general(static_cast<double>(done) / progress.seconds() * 1e-6, 3) + " million/s  " +
+                      general(progress.seconds() / share * (1.0 - share), 2) + " s left");
     }
 }
 
