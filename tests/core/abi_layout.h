@@ -5,12 +5,14 @@
 #include <stddef.h>
 
 #include <sarvo/lsq.h>
+#include <sarvo/membench.h>
 #include <sarvo/mh.h>
 #include <sarvo/rnd.h>
 #include <sarvo/rng.h>
-#include <sarvo/specfunc.h>
 #include <sarvo/rsamp.h>
 #include <sarvo/sampler.h>
+#include <sarvo/scimark.h>
+#include <sarvo/specfunc.h>
 
 #define SIZE(record, bytes) static_assert(sizeof(record) == (bytes), #record)
 #define FIELD(record, field, offset) static_assert(offsetof(record, field) == (offset), #record "." #field)
@@ -254,5 +256,42 @@ FIELD(sarvo_nr_jtsm, V, 8);
 FIELD(sarvo_nr_jtsm, d, 16);
 FIELD(sarvo_nr_jtsm, tol, 24);
 FIELD(sarvo_nr_jtsm, max_sweeps, 32);
+
+SIZE(sarvo_membench_bandwidth_t, 64);
+FIELD(sarvo_membench_bandwidth_t, test_name, 0);
+FIELD(sarvo_membench_bandwidth_t, size, 8);
+FIELD(sarvo_membench_bandwidth_t, block_size, 16);
+FIELD(sarvo_membench_bandwidth_t, alignment, 24);
+FIELD(sarvo_membench_bandwidth_t, repeats, 28);
+FIELD(sarvo_membench_bandwidth_t, min_time, 32);
+FIELD(sarvo_membench_bandwidth_t, best, 40);
+FIELD(sarvo_membench_bandwidth_t, deviation, 48);
+FIELD(sarvo_membench_bandwidth_t, precision, 56);
+
+SIZE(sarvo_membench_latency_t, 64);
+FIELD(sarvo_membench_latency_t, repeats, 0);
+FIELD(sarvo_membench_latency_t, reads, 4);
+FIELD(sarvo_membench_latency_t, test_size, 8);
+FIELD(sarvo_membench_latency_t, single_ns, 16);
+FIELD(sarvo_membench_latency_t, single_deviation, 24);
+FIELD(sarvo_membench_latency_t, single_precision, 32);
+FIELD(sarvo_membench_latency_t, dual_ns, 40);
+FIELD(sarvo_membench_latency_t, dual_deviation, 48);
+FIELD(sarvo_membench_latency_t, dual_precision, 56);
+
+SIZE(Random, 112);
+FIELD(Random, m, 0);
+FIELD(Random, seed, 68);
+FIELD(Random, i, 72);
+FIELD(Random, j, 76);
+FIELD(Random, haveRange, 80);
+FIELD(Random, left, 88);
+FIELD(Random, right, 96);
+FIELD(Random, width, 104);
+
+SIZE(Stopwatch, 24);
+FIELD(Stopwatch, running, 0);
+FIELD(Stopwatch, last_time, 8);
+FIELD(Stopwatch, total, 16);
 
 #endif
