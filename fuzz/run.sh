@@ -7,7 +7,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 . scripts/setup.sh
 
 known=$(sed -n 's/^foreach(name \(.*\))$/\1/p' fuzz/CMakeLists.txt)
-if [ $# -lt 1 ] || [ $# -gt 2 ] || ! [[ " all $known " == *" $1 "* ]] || ! [[ ${2:-1} =~ ^[0-9]+$ ]]; then
+if [ $# -lt 1 ] || [ $# -gt 2 ] || ! [[ $1 != *" "* && " all $known " == *" $1 "* ]] || ! [[ ${2:-1} =~ ^[0-9]+$ ]]; then
   echo "usage: fuzz/run.sh TARGET|all [EXECUTIONS], TARGET one of: $known" >&2
   exit 2
 fi

@@ -28,6 +28,9 @@ std::string nearest(std::string_view word, const std::vector<std::string> &candi
     std::string best;
     size_t least = word.size() / 3 + 2; // one more than what is accepted
     for (const std::string &candidate : candidates) {
+        const size_t longer = std::max(word.size(), candidate.size()),
+                     shorter = std::min(word.size(), candidate.size());
+        if (longer - shorter >= least) continue; // so many edits are needed for the length alone
         const size_t edits = distance(word, candidate);
         if (edits < least && edits < candidate.size()) {
             least = edits;
