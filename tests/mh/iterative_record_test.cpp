@@ -121,12 +121,13 @@ TEST(IterRecord, IsPrintedCharacterByCharacter) {
     ip->shared_b = 1;
     ip->steps = 12;
     char expected[1000];
+    void *const none = nullptr;
     snprintf(expected, sizeof expected,
              "\n sarvo_mh_iter_t structure:\n ip->shared_x = FALSE, ip->shared_b = TRUE\n"
              " ip->k = 0, ip->limit = 1000, ip->steps = 12, ip->eps = 1e-06\n ip->x = 0x%p, ip->b = 0x%p\n"
              " ip->Ax = 0x%p, ip->A_par = 0x%p\n ip->ATx = 0x%p, ip->AT_par = 0x%p\n ip->Bx = 0x%p, ip->B_par = 0x%p\n"
              " ip->info = 0x%p, ip->stop_crit = 0x%p, ip->init_res = 0\n\n",
-             nullptr, reinterpret_cast<void *>(ip->b), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+             none, reinterpret_cast<void *>(ip->b), none, none, none, none, none, none,
              reinterpret_cast<void *>(ip->info), reinterpret_cast<void *>(ip->stop_crit));
     EXPECT_EQ(listing([&](FILE *f) { sarvo_mh_iter_dump(f, ip.p); }), expected);
     ip->shared_b = 0;

@@ -13,11 +13,11 @@ using Doubles = std::vector<double>;
 
 TEST(Polygon, SquareIsHalfOpen) {
     const double x[] = {0, 1, 1, 0}, y[] = {0, 0, 1, 1};
-    const int64_t big = int64_t{1} << 40;
+    constexpr int64_t big = int64_t{1} << 40;
     const std::vector<int64_t> pts = {0, 0, big, 0, big, big, 0, big, 77};
     const auto inside = [&](double px, double py) {
         const int32_t found = sarvo_geom_pnpoly(4, x, y, px, py);
-        const auto scaled = [big](double v) { return static_cast<int64_t>(v * static_cast<double>(big)); };
+        const auto scaled = [](double v) { return static_cast<int64_t>(v * static_cast<double>(big)); };
         EXPECT_EQ(sarvo_geom_pnpoly_int64v(9, pts.data(), scaled(px), scaled(py)), found) << px << " " << py;
         return found;
     };

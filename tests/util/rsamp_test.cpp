@@ -41,10 +41,10 @@ TEST(Statistics, SmallSamplesComeOutExactly) {
     const sarvo_rsamp_incr_t plain = accumulate({1, 2, 3, 4}), ones = accumulate({1, 2, 3, 4}, {1, 1, 1, 1});
     EXPECT_EQ(results(plain), expected);
     EXPECT_EQ(moments(plain), (Doubles{2.5, 5, 0, 10.25}));
-    for (int i = 0; i < 4; i++) EXPECT_NEAR(moments(ones)[i], moments(plain)[i], 1e-14) << i;
+    for (size_t i = 0; i < 4; i++) EXPECT_NEAR(moments(ones)[i], moments(plain)[i], 1e-14) << i;
     EXPECT_NEAR(ones.variance, 5.0 / 4.0, 1e-15); // weighted: no correction of bias
     const sarvo_rsamp_incr_t twice = accumulate({1, 3, 7}, {2, 1, 3}), repeated = accumulate({1, 1, 3, 7, 7, 7});
-    for (int i = 0; i < 4; i++) EXPECT_NEAR(moments(twice)[i], moments(repeated)[i], 1e-12) << i;
+    for (size_t i = 0; i < 4; i++) EXPECT_NEAR(moments(twice)[i], moments(repeated)[i], 1e-12) << i;
     EXPECT_NEAR(twice.skewness, repeated.skewness, 1e-14);
     EXPECT_NEAR(twice.kurtosis, repeated.kurtosis, 1e-14);
 }
