@@ -8,6 +8,16 @@
 
 namespace command {
 
+std::vector<std::string> split(const std::string &text, char separator) {
+    std::vector<std::string> parts;
+    for (size_t begin = 0; begin <= text.size() && !text.empty();) {
+        const size_t end = std::min(text.find(separator, begin), text.size());
+        parts.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return parts;
+}
+
 size_t width(const std::string &text) {
     return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
@@ -39,6 +49,16 @@ std::string listed(const std::vector<std::vector<std::string>> &pairs) {
     for (const auto &pair : pairs)
         text += "  " + pair[0] + std::string(name_width - width(pair[0]) + 2, ' ') + pair[1] + "\n";
     return text;
+}
+
+std::string markup(const std::string &text) {
+    std::string all;
+    for (const char c : text) {
+        if (c == '<') all += "&lt;";
+        else if (c == '&') all += "&amp;";
+        else all += c;
+    }
+    return all;
 }
 
 std::string csv_cell(const std::string &text) {

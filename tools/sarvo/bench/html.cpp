@@ -1,26 +1,17 @@
 // The page.
 #include "bench/html.h"
 
+#include "answer/text.h"
 #include "numbers.h"
 
 namespace command {
 namespace {
 
-std::string escaped(const std::string &text) {
-    std::string all;
-    for (const char c : text) {
-        if (c == '<') all += "&lt;";
-        else if (c == '&') all += "&amp;";
-        else all += c;
-    }
-    return all;
-}
-
 std::string cell(const Value &value, int digits) {
     if (const auto *x = std::get_if<double>(&value)) return general(*x, digits ? digits : 4);
     if (const auto *n = std::get_if<int64_t>(&value)) return std::to_string(*n);
     if (const auto *yes = std::get_if<bool>(&value)) return *yes ? "yes" : "no";
-    if (const auto *text = std::get_if<std::string>(&value)) return escaped(*text);
+    if (const auto *text = std::get_if<std::string>(&value)) return markup(*text);
     return "-";
 }
 
@@ -29,11 +20,11 @@ bool is_number(const Value &value) {
 }
 
 std::string table(const Grid &grid) {
-    std::string text = grid.title.empty() ? "" : "<h2>" + escaped(grid.title) + "</h2>\n";
+    std::string text = grid.title.empty() ? "" : "<h2>" + markup(grid.title) + "</h2>\n";
     text += "<div class=\"wide\"><table>\n<tr>";
     for (size_t c = 0; c < grid.columns.size(); c++) {
         const bool number = !grid.rows.empty() && is_number(grid.rows[0][c]);
-        text += std::string(number ? "<th class=\"n\">" : "<th>") + escaped(grid.columns[c].label) + "</th>";
+        text += std::string(number ? "<th class=\"n\">" : "<th>") + markup(grid.columns[c].label) + "</th>";
     }
     text += "</tr>\n";
     for (const auto &row : grid.rows) {
@@ -60,17 +51,17 @@ std::string html_page(const std::string &title, const Answer &answer, const Plot
     std::string facts, tables;
     for (const auto &part : answer.parts) {
         if (const auto *fact = std::get_if<Fact>(&part))
-            facts += "<dt>" + escaped(fact->label) + "</dt><dd>" + cell(fact->value, fact->digits) +
-                     (fact->remark.empty() ? "" : " " + escaped(fact->remark)) + "</dd>\n";
+            facts += "<dt>" + markup(fact->label) + "</dt><dd>" + cell(fact->value, fact->digits) +
+                     (fact->remark.empty() ? "" : " " + markup(fact->remark)) + "</dd>\n";
         else if (std::get<Grid>(part).audience != Audience::programs) tables += table(std::get<Grid>(part));
     }
     std::string text = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                        "<meta name=\"viewport\" content=\"width=device-width\">\n<title>" +
-                       escaped(title) + "</title>\n<style>" + style + "</style>\n</head>\n<body>\n<h1>" +
-                       escaped(title) + "</h1>\n";
-    if (!answer.headline.empty()) text += "<p class=\"note\">" + escaped(answer.headline) + "</p>\n";
+                       markup(title) + "</title>\n<style>" + style + "</style>\n</head>\n<body>\n<h1>" + markup(title) +
+                       "</h1>\n";
+    if (!answer.headline.empty()) text += "<p class=\"note\">" + markup(answer.headline) + "</p>\n";
     text += "<dl>\n" + facts + "</dl>\n" + plot_svg(plot) + tables;
-    for (const std::string &note : answer.notes) text += "<p class=\"note\">Note: " + escaped(note) + ".</p>\n";
+    for (const std::string &note : answer.notes) text += "<p class=\"note\">Note: " + markup(note) + ".</p>\n";
     return text + "</body>\n</html>\n";
 }
 

@@ -6,6 +6,7 @@
 
 #include <sarvo/membench.h>
 
+#include "answer/text.h"
 #include "bench/bench_commands.h"
 #include "bench/machine.h"
 #include "bench/run.h"
@@ -42,16 +43,13 @@ std::set<uint32_t> parse_tests(const std::string &text) {
     const auto wrong = [&](const std::string &part) {
         return usage_error("'" + part + "' is no test: they are 1 to 15, as in 4,10-13");
     };
-    for (size_t begin = 0; begin <= text.size() && !text.empty();) {
-        const size_t end = std::min(text.find(',', begin), text.size());
-        const std::string part = text.substr(begin, end - begin);
+    for (const std::string &part : split(text, ',')) {
         const size_t dash = part.find('-');
         const auto first = parse_number(part.substr(0, dash));
         const auto last = dash == std::string::npos ? first : parse_number(part.substr(dash + 1));
         if (!first || !last || !(*first >= 1.0) || !(*last >= *first) || !(*last <= test_count)) throw wrong(part);
         if (*first != std::floor(*first) || *last != std::floor(*last)) throw wrong(part);
         for (auto n = static_cast<uint32_t>(*first); n <= static_cast<uint32_t>(*last); n++) all.insert(n);
-        begin = end + 1;
     }
     if (text.empty())
         for (uint32_t n = 1; n <= test_count; n++) all.insert(n);
@@ -62,12 +60,10 @@ std::vector<Place> places(const std::string &sizes) {
     const auto levels = caches();
     constexpr uint64_t least = uint64_t{32} << 20, most = uint64_t{1} << 30;
     std::vector<Place> all;
-    for (size_t begin = 0; begin <= sizes.size() && !sizes.empty();) {
-        const size_t end = std::min(sizes.find(',', begin), sizes.size());
-        const uint64_t size = parse_size(sizes.substr(begin, end - begin), "--size");
+    for (const std::string &text : split(sizes, ',')) {
+        const uint64_t size = parse_size(text, "--size");
         if (size < 64 || size > most) throw usage_error("--size takes sizes from 64 to 1G");
         all.push_back({level_holding(2 * size, levels), size});
-        begin = end + 1;
     }
     if (!all.empty()) return all;
     for (const CacheLevel &level : levels)

@@ -7,6 +7,7 @@
 
 #include <sarvo/nr.h>
 
+#include "answer/text.h"
 #include "data/source.h"
 #include "data/table.h"
 #include "errors.h"
@@ -33,13 +34,10 @@ struct Arguments {
 
 std::vector<double> numbers(const std::string &text, char separator, const std::string &option) {
     std::vector<double> all;
-    for (size_t begin = 0; begin <= text.size();) {
-        const size_t end = std::min(text.find(separator, begin), text.size());
-        const std::string part = text.substr(begin, end - begin);
+    for (const std::string &part : split(text, separator)) {
         const auto x = parse_number(part);
         if (!x || !std::isfinite(*x)) throw usage_error(option + ": '" + part + "' is not a finite number");
         all.push_back(*x);
-        begin = end + 1;
     }
     return all;
 }

@@ -1,19 +1,12 @@
 // Reads the application's options.
 #include "line/describe.h"
 
-#include <sstream>
-
 #include <CLI/CLI.hpp>
+
+#include "answer/text.h"
 
 namespace command {
 namespace {
-
-std::vector<std::string> split(const std::string &text, char separator) {
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
-    return parts;
-}
 
 OptionText describe_option(const CLI::Option &option) {
     OptionText text;

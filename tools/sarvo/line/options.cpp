@@ -1,17 +1,13 @@
 // Options shared by the subcommands.
 #include "line/options.h"
 
-#include <sstream>
-#include <vector>
+#include "answer/text.h"
 
 namespace command {
 namespace {
 
 CLI::Validator one_of(const char *choices) {
-    std::vector<std::string> names;
-    std::istringstream text(choices);
-    for (std::string name; std::getline(text, name, '|');) names.push_back(name);
-    return CLI::Validator(CLI::IsMember(names)).description("");
+    return CLI::Validator(CLI::IsMember(split(choices, '|'))).description("");
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "answer/text.h"
 #include "data/source.h"
 #include "data/table.h"
 #include "errors.h"
@@ -35,19 +36,9 @@ struct Arguments {
     OutputOptions form = {"", 6};
 };
 
-std::vector<std::string> split(const std::string &text) {
-    std::vector<std::string> parts;
-    for (size_t begin = 0; begin <= text.size();) {
-        const size_t end = std::min(text.find(',', begin), text.size());
-        if (end > begin) parts.push_back(text.substr(begin, end - begin));
-        begin = end + 1;
-    }
-    return parts;
-}
-
 std::vector<double> probabilities(const std::string &text) {
     std::vector<double> all;
-    for (const std::string &part : split(text)) {
+    for (const std::string &part : split(text, ',')) {
         const auto p = parse_number(part);
         if (!p || !(*p >= 0.0 && *p <= 1.0)) throw usage_error("'" + part + "' is not a probability from 0 to 1");
         all.push_back(*p);
@@ -72,7 +63,7 @@ std::vector<Summary> summarise(const Arguments &a, const std::vector<double> &p)
     Table header;
     header.names = reader.names();
     std::vector<size_t> wanted;
-    for (const std::string &name : split(a.columns)) wanted.push_back(column(header, name));
+    for (const std::string &name : split(a.columns, ',')) wanted.push_back(column(header, name));
     constexpr size_t none = SIZE_MAX;
     const size_t weights = a.weights.empty() ? none : column(header, a.weights);
     if (a.columns.empty())
