@@ -69,8 +69,8 @@ TEST(Interp, GoesThroughThePointsAndBetweenThem) {
         EXPECT_NE(answer.out.find(row.text), std::string::npos) << row.arguments << "\n" << answer.out;
     }
     EXPECT_NE(sarvo("interp - --at 3", data).err.find("1 of 1 points lie outside 0 .. 2"), std::string::npos);
-    EXPECT_EQ(sarvo("interp - --at 0.5 --format csv", "2,0\n1,1\n0,0\n").out,
-              "x,y,outside\n0.5,0.6875,0\n"); // descending
+    const Answer descending = sarvo("interp - --at 0.5 --format csv", "2,0\n1,1\n0,0\n");
+    EXPECT_NE(descending.out.find("\nx,y,outside\n0.5,0.6875,0\n"), std::string::npos) << descending.out;
 }
 
 TEST(Curves, RefuseWhatMakesNoSense) {

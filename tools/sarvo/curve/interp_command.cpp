@@ -17,6 +17,7 @@
 #include "line/suggest.h"
 #include "numbers.h"
 #include "picture/plot.h"
+#include "stopwatch.h"
 
 namespace command {
 namespace {
@@ -110,6 +111,7 @@ private:
 int run_interp(const Arguments &a) {
     start_library();
     check_plot_name(a.plot);
+    const Stopwatch watch;
     const std::vector<double> at = places(a);
     const Table table = read_table(a.data);
     const std::vector<double> &x = table.columns[column(table, a.x, 0)], &y = table.columns[column(table, a.y, 1)];
@@ -133,6 +135,8 @@ int run_interp(const Arguments &a) {
     Answer answer;
     Grid &grid = answer.grid("curve", "", {{"x", "x"}, {"y", "y"}, {"outside", "outside"}});
     for (size_t i = 0; i < at.size(); i++) grid.rows.push_back({at[i], values[i], at[i] < low || at[i] > high});
+    answer.fact("points_outside", "points outside the data", whole(outside));
+    answer.time(watch.seconds());
     print(answer, a.form);
     return exit_done;
 }

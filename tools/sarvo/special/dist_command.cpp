@@ -14,6 +14,7 @@
 #include "line/suggest.h"
 #include "numbers.h"
 #include "special/distributions.h"
+#include "stopwatch.h"
 
 namespace command {
 namespace {
@@ -71,6 +72,7 @@ int run_dist(const Arguments &a) {
     for (size_t i = 0; i < count; i++)
         if (!(p[i] > 0.0) && d.parameters[i] != "mean")
             throw usage_error(std::string(d.parameters[i]) + " must be greater than 0");
+    const Stopwatch watch;
     Answer answer;
     Grid &grid = answer.grid("values", "",
                              {{"x", "x", 0, true},
@@ -87,6 +89,7 @@ int run_dist(const Arguments &a) {
     }
 
     if (!a.bare) {
+        answer.time(watch.seconds());
         print(answer, a.form);
         return exit_done;
     }

@@ -12,6 +12,7 @@
 #include "line/options.h"
 #include "line/subcommands.h"
 #include "special/special_functions.h"
+#include "stopwatch.h"
 
 namespace command {
 namespace {
@@ -89,6 +90,7 @@ Value relative(const special::Result &r) {
 
 int run_eval(const Arguments &a) {
     start_library();
+    const Stopwatch watch;
     Answer answer;
     Grid &grid = answer.grid("values", "",
                              {{"expression", "expression"},
@@ -100,6 +102,7 @@ int run_eval(const Arguments &a) {
         const special::Result r = evaluate(text);
         grid.rows.push_back({text, r.value, value(r.error), relative(r), value(r.sign)});
     }
+    answer.time(watch.seconds());
     print(answer, a.form);
     return exit_done;
 }
