@@ -13,6 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (!refused.empty()) return 0;
     const std::string refused_list = fuzz::file_refusal([&] { list = command::parse_vector(bytes, "data", most); });
     fuzz::require(A.rows > 0 && A.cols > 0 && A.values.size() == A.rows * A.cols, "the numbers fill the matrix");
+    fuzz::require(A.values.size() <= most || A.values.size() <= size, "no more numbers than allowed or than bytes");
     fuzz::require(A.imaginary.empty() || A.imaginary.size() == A.values.size(), "so do the imaginary parts");
     for (const double x : A.values) fuzz::require(std::isfinite(x), "the numbers are finite");
     for (const double y : A.imaginary) fuzz::require(std::isfinite(y), "the imaginary parts are finite");

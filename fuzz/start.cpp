@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (!fuzz::refusal(command::exit_usage, parse).empty()) return 0;
     std::string printed;
     for (const auto &[name, value] : start)
-        printed += (printed.empty() ? "" : " , ") + name + " = " + command::shortest(value);
+        printed += (printed.empty() ? "" : ",") + name + " = " + command::shortest(value);
     if (printed.empty()) return 0;
     const auto again = command::parse_start(printed);
     fuzz::require(again.size() == start.size(), "as many values read back");
