@@ -202,8 +202,10 @@ double smaller_singular_value(double f, double g, double h) {
 }
 
 // One sweep over the block l .. k, chasing the bulge from top to bottom.
-void sweep(uint64_t l, uint64_t k, double *d, double *e, Batch &left, Batch &right) {
-    const double shift = smaller_singular_value(d[k - 1], e[k - 1], d[k]);
+void sweep(uint64_t l, uint64_t k, bool shifted, double *d, double *e, Batch &left, Batch &right) {
+    constexpr double largest_ratio = 0x1p500; // beyond it the quotient below leaves the range
+    double shift = shifted ? smaller_singular_value(d[k - 1], e[k - 1], d[k]) : 0.0;
+    if (!(shift <= largest_ratio * magnitude(d[l]))) shift = 0.0;
     double f = (magnitude(d[l]) - shift) * ((d[l] < 0.0 ? -1.0 : 1.0) + shift / d[l]);
     double g = e[l];
     for (uint64_t i = l; i < k; i++) {
@@ -242,10 +244,17 @@ void cancel(uint64_t l, uint64_t k, double *d, double *e, double negligible, Bat
     }
 }
 
+// Whether e, between the diagonal elements d and next, is no more than the rounding errors of a sweep leave there: 4 eps
+// of the smaller neighbour. Equal singular values (those of an orthogonal matrix) never bring it further down.
+bool is_rounding_error(double e, double d, double next) {
+    const double smaller = magnitude(d) < magnitude(next) ? magnitude(d) : magnitude(next);
+    return magnitude(e) <= 4.0 * DBL_EPSILON * smaller;
+}
+
 // First row of the block that ends at row k and does not fall apart; e is cut where it does.
 uint64_t find_block(uint64_t k, double *d, double *e, double negligible, Batch &left) {
     for (uint64_t l = k; l > 0; l--) {
-        if (magnitude(e[l - 1]) <= negligible) {
+        if (magnitude(e[l - 1]) <= negligible || is_rounding_error(e[l - 1], d[l - 1], d[l])) {
             e[l - 1] = 0.0;
             return l;
         }
@@ -256,6 +265,38 @@ uint64_t find_block(uint64_t k, double *d, double *e, double negligible, Batch &
     }
     return 0;
 }
+
+// How long the same block l .. k has been swept without falling apart.
+//
+// A block of b rows that takes more than 10 + b sweeps is caught in a cycle of roundings: from there on every second
+// sweep is made without shift, and the bound below which elements are negligible doubles with each of them. So every
+// block ends.
+class Patience {
+public:
+    explicit Patience(double eps) : eps_(eps > DBL_EPSILON ? eps : DBL_EPSILON) {}
+
+    void count_sweep(uint64_t l, uint64_t k) {
+        sweeps_ = l == l_ && k == k_ ? sweeps_ + 1 : 0;
+        l_ = l;
+        k_ = k;
+    }
+    bool shifted() const { return excess() % 2 == 0; }
+    // The relative bound for the next search, not below the one asked for.
+    double bound(double asked) const {
+        const uint64_t doublings = excess() / 2;
+        if (doublings == 0 && asked >= 0.0) return asked;
+        return eps_ * static_cast<double>(uint64_t{1} << (doublings < 52 ? doublings : 52));
+    }
+
+private:
+    uint64_t excess() const {
+        const uint64_t usual = 10 + (k_ - l_ + 1);
+        return sweeps_ > usual ? sweeps_ - usual : 0;
+    }
+
+    double eps_;
+    uint64_t l_ = 0, k_ = 0, sweeps_ = 0;
+};
 
 // max(|d_i| + |e_i|), e_i the element above d_i; infinity when an element is not finite.
 double bidiagonal_norm(uint64_t n, const double *d, const double *e) {
@@ -274,17 +315,17 @@ bool diagonalise(uint64_t n, double *d, double *e, const Panel &Qt, const Panel 
                  double *work) {
     const double norm = bidiagonal_norm(n, d, e);
     if (norm > DBL_MAX) return false;
-    const double negligible = eps * norm;
     Batch left(n, Qt, work);
     Batch right(n, Pt, work + Batch::work(n));
+    const uint64_t limit = max_sweeps * ((n + 7) / 8); // every 8 values, begun ones counted
     for (uint64_t k = n; k-- > 0;) { // d[k+1 ..] are singular values
-        uint32_t sweeps = 0;
-        for (;;) {
-            const uint64_t l = find_block(k, d, e, negligible, left);
+        Patience patience(eps);
+        for (uint64_t sweeps = 0;; sweeps++) {
+            const uint64_t l = find_block(k, d, e, patience.bound(eps) * norm, left);
             if (l == k) break;
-            if (sweeps == max_sweeps) return false;
-            sweeps++;
-            sweep(l, k, d, e, left, right);
+            if (sweeps == limit) return false;
+            patience.count_sweep(l, k);
+            sweep(l, k, patience.shifted(), d, e, left, right);
         }
     }
     left.apply();

@@ -5,6 +5,7 @@
 
 #include "block.h"
 #include "diagonal.h"
+#include "rank.h"
 
 namespace sarvo::nr {
 namespace {
@@ -115,12 +116,7 @@ void compute_statistics(sarvo_nr_svd *svd) {
         const double order = static_cast<double>(svd->m) + static_cast<double>(svd->n) + 1.0;
         svd->thresh = svd->eps * 0.5 * __builtin_sqrt(order) * largest;
     }
-    svd->rank = 0;
-    svd->nullity = 0;
-    for (uint64_t j = 0; j < svd->n; j++) {
-        if (w[j] > svd->thresh) svd->rank++;
-        else svd->nullity++;
-    }
+    count_rank(svd);
 }
 
 sarko_error_t decompose_checked(const sarvo_matrix *A, uint64_t first_row, uint64_t first_col, uint64_t rows,

@@ -159,15 +159,27 @@ sarko_error_t msolve(const sarvo_nr_svd *svd, const sarvo_matrix *B, sarvo_matri
 
 // ---- Bases ----
 
-// The `count` columns of M whose singular value is above the threshold (or is not), in order.
-sarko_error_t select_columns(const sarvo_nr_svd *svd, const sarvo_matrix *M, bool above, uint64_t count,
+// Whether column j is one of the `rank` columns with the largest singular values; of equal ones the first come first.
+// Those are the columns with w > thresh, unless the threshold was changed after the decomposition.
+bool in_range(const sarvo_nr_svd *svd, uint64_t j) {
+    const double *w = elements(svd->w);
+    uint64_t ahead = 0;
+    for (uint64_t i = 0; i < svd->n; i++) ahead += w[i] > w[j] || (w[i] == w[j] && i < j);
+    return ahead < svd->rank;
+}
+
+// The `count` columns of M that belong to the range, or to the null space, in order.
+sarko_error_t select_columns(const sarvo_nr_svd *svd, const sarvo_matrix *M, bool of_range, uint64_t count,
                              sarvo_matrix **out) {
+    Buffer<uint64_t> columns;
+    if (sarko_error_t e = columns.allocate(count)) return e;
+    uint64_t chosen = 0;
+    for (uint64_t j = 0; j < svd->n && chosen < count; j++)
+        if (in_range(svd, j) == of_range) columns[chosen++] = j;
+
     if (sarko_error_t e = sarvo_matrix_realloc(out, SARVO_DOUBLE, SARVO_REALLOC_DTYPE, M->rows, count)) return e;
-    for (uint64_t i = 0; i < M->rows; i++) {
-        double *to = row(*out, i);
-        for (uint64_t j = 0; j < M->cols; j++)
-            if ((elements(svd->w)[j] > svd->thresh) == above) *to++ = row(M, i)[j];
-    }
+    for (uint64_t i = 0; i < M->rows; i++)
+        for (uint64_t k = 0; k < count; k++) row(*out, i)[k] = row(M, i)[columns[k]];
     return 0;
 }
 

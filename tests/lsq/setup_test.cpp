@@ -306,9 +306,39 @@ TEST(LsqCovar, CutsOffWhatTheDataDoNotDetermine) {
     sarvo_matrix *covar = test::matrix_of(1, 1, {5}); // too small: resized
     expect_success(sarvo_lsq_covar(&covar, &fit.lsq));
     for (const double c : values(covar)) EXPECT_NEAR(c, 1.0 / 56, 1e-15); // pseudo-inverse of 14 [1 1; 1 1]
-    EXPECT_EQ(fit.lsq.svd->nullity, 1u);
+    EXPECT_LT(fmin(test::at(fit.lsq.w, 0), test::at(fit.lsq.w, 1)), 28.0 * 0x1p-50) << "what was cut off can be seen";
     EXPECT_EQ(fit.lsq.svd->thresh, 0.0);
     sarvo_matrix_free(covar);
+}
+
+TEST(LsqCovar, LeavesCountsThatAgreeWithTheThreshold) {
+    // f = x0 t + x1 (t + delta(t)): alpha is regular, its smaller singular value below the derived threshold.
+    const auto basis = [](uint64_t i, uint64_t j) {
+        const double t = static_cast<double>(i + 1);
+        return j == 0 ? t : t + (i % 2 ? 1e-8 : -1e-8);
+    };
+    Fit fit(test::linear({2, 4, 6, 8, 11}, basis, 2), 2);
+    expect_success(fit.start({0, 0.5}));
+    expect_success(sarvo_lsq_iterate(&fit.lsq));
+    sarvo_matrix *covar = nullptr, *basis_of_range = nullptr, *basis_of_kernel = nullptr;
+    expect_success(sarvo_lsq_covar(&covar, &fit.lsq));
+    const sarvo_nr_svd &svd = *fit.lsq.svd;
+    EXPECT_EQ(svd.thresh, 0.0);
+    uint32_t above = 0;
+    for (uint64_t k = 0; k < 2; k++) above += test::at(svd.w, k) > svd.thresh;
+    EXPECT_EQ(svd.rank, above);
+    EXPECT_EQ(svd.nullity, 2 - above);
+    expect_success(sarvo_nr_svd_range(&svd, &basis_of_range));
+    EXPECT_EQ(basis_of_range->cols, svd.rank);
+    if (svd.nullity > 0) {
+        expect_success(sarvo_nr_svd_nullspace(&svd, &basis_of_kernel));
+        EXPECT_EQ(basis_of_kernel->cols, svd.nullity);
+    }
+    expect_success(sarvo_lsq_iterate(&fit.lsq)); // goes on, and cuts nothing off
+    EXPECT_EQ(fit.lsq.nullity, 0u);
+    sarvo_matrix_free(covar);
+    sarvo_matrix_free(basis_of_range);
+    sarvo_matrix_free(basis_of_kernel);
 }
 
 TEST(LsqCovar, RefusesInOrder) {

@@ -218,6 +218,45 @@ TEST(Bases, SpanTheRangeAndTheNullSpace) {
         }
 }
 
+// The bases are those of the decomposition, whatever becomes of the threshold afterwards.
+TEST(Bases, KeepTheirColumnsWhenTheThresholdChangesAfterwards) {
+    // Unsorted values on a diagonal: 2, 1e-9, 5, 0, 1e-9, 3. Rank 3 above 1e-6.
+    std::vector<double> values(36, 0.0);
+    const double w[] = {2, 1e-9, 5, 0, 1e-9, 3};
+    for (uint64_t k = 0; k < 6; k++) values[k * 6 + k] = w[k];
+    sarvo_matrix *A = test::matrix_of(6, 6, values);
+    sarvo_nr_svd *svd = nullptr;
+    test::expect_success(sarvo_nr_svd_init(&svd));
+    svd->thresh = 1e-6;
+    test::expect_success(sarvo_nr_svd_decompose(A, 0, 0, 0, 0, svd));
+    sarvo_matrix *range = nullptr, *nullspace = nullptr;
+    test::expect_success(sarvo_nr_svd_range(svd, &range));
+    test::expect_success(sarvo_nr_svd_nullspace(svd, &nullspace));
+    const std::string range_before = test::bytes(range), nullspace_before = test::bytes(nullspace);
+    for (const double threshold : {0.0, 1e-12, 1e-6, 2.5, 100.0, -1.0}) {
+        svd->thresh = threshold;
+        test::expect_success(sarvo_nr_svd_range(svd, &range));
+        test::expect_success(sarvo_nr_svd_nullspace(svd, &nullspace));
+        EXPECT_EQ(test::bytes(range), range_before) << threshold;
+        EXPECT_EQ(test::bytes(nullspace), nullspace_before) << threshold;
+    }
+    // A cut between equal values: every column is in one of the two.
+    svd->rank = 4;
+    svd->nullity = 2;
+    test::expect_success(sarvo_nr_svd_range(svd, &range));
+    test::expect_success(sarvo_nr_svd_nullspace(svd, &nullspace));
+    for (uint64_t i = 0; i < 6; i++) {
+        double total = 0.0;
+        for (uint64_t k = 0; k < 4; k++) total += fabs(test::at(range, i, k));
+        for (uint64_t k = 0; k < 2; k++) total += fabs(test::at(nullspace, i, k));
+        EXPECT_EQ(total, 1.0) << i;
+    }
+    sarvo_matrix_free(A);
+    sarvo_matrix_free(range);
+    sarvo_matrix_free(nullspace);
+    sarvo_nr_svd_free(svd);
+}
+
 TEST(Checks, EmptySpacesAreNamed) {
     Case full(2, 2, {1, 0, 0, 1}), zero(2, 2, {0, 0, 0, 0});
     test::expect_error(sarvo_nr_svd_nullspace(full.svd, &full.out), SarvoNrEmptyEC,
