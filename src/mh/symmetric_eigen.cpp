@@ -46,11 +46,12 @@ bool split(uint64_t lo, uint64_t hi, const double *a, double *b) {
     return any;
 }
 
-// The QR iteration as a source of rotations that can be asked for at any time.
+// The QR iteration as a source of rotations that can be asked for at any time. `before` is room for 2 n elements.
 class Iteration {
 public:
-    Iteration(uint64_t n, double *a, double *b) : n_(n), a_(a), b_(b) {}
+    Iteration(uint64_t n, double *a, double *b, double *before) : n_(n), a_(a), b_(b), before_(before) {}
 
+    // Whether the block under way can never split.
     bool spoiled() const { return spoiled_; }
 
     // The sweep under way, or the next one, whose rotations go to `into`; null when that is full or all is done. Without
@@ -80,20 +81,37 @@ private:
         const double d = (a_[hi_ - 1] - a_[hi_]) * 0.5, b2 = b_[hi_ - 1] * b_[hi_ - 1];
         const double root = sqrt(d * d + b2);
         const double mu = a_[hi_] - b2 / (d + (d >= 0.0 ? root : -root));
+        if (sweeps_ >= usual && (sweeps_ & (sweeps_ - 1)) == 0) remember_block();
         chase_ = {a_, b_, cs, lo_, hi_, lo_, a_[lo_] - mu, b_[lo_]};
         sweeping_ = true;
     }
 
-    // A NaN or infinity anywhere in the block makes the next sweep's rotations NaN from there on: it shows at the end of
-    // the block, which would never split off.
+    // Where products of tiny elements vanish, a sweep may leave the block as it was, or some sweeps bring it back to
+    // what it was: then no later one splits it. The block before sweep 8, 16, 32, ... is compared with all later ones
+    // (Brent 1980). A NaN or infinity anywhere in the block makes the next sweep's rotations NaN from there on: it
+    // shows at the end of the block.
     void end_sweep() {
         whole_ = !split(lo_, hi_, a_, b_);
-        spoiled_ = !all_finite(a_ + hi_, 1) || !all_finite(b_ + hi_ - 1, 1);
+        sweeps_ = whole_ ? sweeps_ + 1 : 0;
+        spoiled_ = !all_finite(a_ + hi_, 1) || !all_finite(b_ + hi_ - 1, 1) ||
+                   (sweeps_ > usual && is_as_remembered()) || sweeps_ >= 30 * (n_ + 10);
         sweeping_ = false;
     }
 
+    void remember_block() {
+        memcpy(before_, a_ + lo_, (hi_ - lo_ + 1) * sizeof *a_);
+        memcpy(before_ + n_, b_ + lo_, (hi_ - lo_) * sizeof *b_);
+    }
+    bool is_as_remembered() const {
+        return memcmp(before_, a_ + lo_, (hi_ - lo_ + 1) * sizeof *a_) == 0 &&
+               memcmp(before_ + n_, b_ + lo_, (hi_ - lo_) * sizeof *b_) == 0;
+    }
+
+    static constexpr uint64_t usual = 8; // sweeps that a block may well take; a power of 2
+
     uint64_t n_, lo_ = 0, hi_ = 0;
-    double *a_, *b_;
+    double *a_, *b_, *before_;
+    uint64_t sweeps_ = 0; // of the block since it was last split
     simd::Chase chase_ = {};
     bool sweeping_ = false, whole_ = false, spoiled_ = false;
 };
@@ -129,7 +147,8 @@ void Strips::store(const View &matrix) const {
 
 sarko_error_t diagonalise(uint64_t n, double *a, double *b, const Strips &q) {
     const uint64_t room = product_of_counts(Batch::most, product_of_counts(2, n));
-    Buffer<double> rotations;
+    Buffer<double> rotations, before;
+    if (sarko_error_t e = before.allocate_unset(product_of_counts(2, n))) return e;
     if (q.p)
         if (sarko_error_t e = rotations.allocate_unset(product_of_counts(2, room))) return e;
     Batch batches[2];
@@ -137,7 +156,7 @@ sarko_error_t diagonalise(uint64_t n, double *a, double *b, const Strips &q) {
         batches[0].cs = rotations.get();
         batches[1].cs = rotations.get() + room;
     }
-    Iteration iteration(n, a, b);
+    Iteration iteration(n, a, b, before.get());
     for (uint64_t k = 0;; k = 1 - k) {
         Batch &batch = batches[k], &next = batches[1 - k];
         while (simd::Chase *sweep = iteration.under_way(batch)) kernels().chase(sweep);

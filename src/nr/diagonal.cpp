@@ -318,7 +318,7 @@ bool diagonalise(uint64_t n, double *d, double *e, const Panel &Qt, const Panel 
     Batch left(n, Qt, work);
     Batch right(n, Pt, work + Batch::work(n));
     const uint64_t limit = max_sweeps * ((n + 7) / 8); // every 8 values, begun ones counted
-    for (uint64_t k = n; k-- > 0;) { // d[k+1 ..] are singular values
+    for (uint64_t k = n; k-- > 0;) {                   // d[k+1 ..] are singular values
         Patience patience(eps);
         for (uint64_t sweeps = 0;; sweeps++) {
             const uint64_t l = find_block(k, d, e, patience.bound(eps) * norm, left);

@@ -193,6 +193,41 @@ TEST(Trieig, KnowsSmallCasesAndRefusesOthers) {
         }
 }
 
+// Products of tiny elements vanish, so that no off-diagonal element gets below its bound: it ends all the same.
+TEST(Symmeig, EndsWhereTinyProductsVanish) {
+    const auto expect_end = [](uint64_t n, const Doubles &elements, bool must_refuse) {
+        Mat A(n, n, elements), Q;
+        Vec w;
+        for (const bool vectors : {false, true}) {
+            const sarko_error_t e = sarvo_mh_symmeig(A.p, vectors ? &Q.p : nullptr, &w.p);
+            if (e || must_refuse) expect_error(e, SarvoMHRangeEC, {wrapped, "Object out of range"});
+            else
+                for (const double x : w.get()) EXPECT_TRUE(std::isfinite(x));
+        }
+        EXPECT_EQ(A.get(), elements);
+    };
+    expect_end(3, {0, 1e-85, 0, 1e-85, 2, 1e-85, 0, 1e-85, 0}, true);
+    expect_end(2, {0, 1e-210, 1e-210, 1e-256}, true);
+    expect_end(3, {2, 0, 0, 0, 1e-200, 1e-201, 0, 1e-201, 2e-200}, true);
+    expect_end(2, {1, 1e-170, 1e-170, 1}, true); // the shift is 0 / 0
+    test::Random random(12);
+    for (const double scale : {1e-162, 1e-160, 1e-155, 1e-250, 5e-324})
+        for (int draw = 0; draw < 40; draw++) {
+            Dense A = random_symmetric(2 + random.below(9), random);
+            for (double &x : A.x) x *= scale;
+            expect_end(A.rows, A.x, false);
+        }
+    for (int draw = 0; draw < 300; draw++) { // elements of every size beside each other
+        const uint64_t n = 2 + random.below(5);
+        Dense A(n, n);
+        for (uint64_t i = 0; i < n; i++)
+            for (uint64_t j = 0; j <= i; j++)
+                A(i, j) = A(j, i) =
+                    random.below(3) ? std::ldexp(random.symmetric(), -static_cast<int>(random.below(1000))) : 0.0;
+        expect_end(n, A.x, false);
+    }
+}
+
 TEST(Symmeig, ChecksInOrder) {
     Mat wide(2, 3), A(2, 2, {1, 2, 2, 1}), bad(2, 2, {1, NAN, NAN, 1}), empty(0, 0), Q,
         large(2, 2, {1e200, 1e200, 1e200, 3});

@@ -82,12 +82,15 @@ SARVO_API sarko_error_t sarvo_mh_rot_cols(const MAT *M, uint64_t i, uint64_t k, 
 /* Eigenvalues, unsorted, of the symmetric tridiagonal matrix with diagonal a (n) and off-diagonal b (n-1) into a; b is
  * destroyed. Implicit QR with Wilkinson's shift; each rotation of rows j, j+1 by (c, s) is applied to the columns of Q
  * as by sarvo_mh_rot_cols(Q, j, j+1, c, -s), when Q is not null: give it the identity, or the matrix of an earlier
- * reduction. An off-diagonal element below SarvoDblEps (|a[i]| + |a[i+1]|) becomes 0. There is no limit of iterations.
- * With Q about 6 n^3 operations; scratch n^2 + 136 n doubles with Q, none without.
+ * reduction. An off-diagonal element below SarvoDblEps (|a[i]| + |a[i+1]|) becomes 0. Where products of tiny
+ * elements vanish no more elements may get there: sweeps that bring a block back to what it was end it, and so do
+ * 30 (n + 10) sweeps of one block.
+ * With Q about 6 n^3 operations; scratch n^2 + 138 n doubles with Q, 2 n without.
  * Errors, in order: a or b null: SarvoMHNullEC; a.dim differs from b.dim + 1 (both 0 is valid): SarvoMHSizesEC; Q.rows
  * differs from a.dim: SarvoMHSizesEC; Q not square: SarvoMHSquareEC; an infinity or NaN in a or b: SarvoMHRangeEC; the
  * allocator's; all as before then. Elements whose squares overflow or vanish (beyond 1e+-150 or so) can make the shift
- * NaN: SarvoMHRangeEC, with a, b and Q in an undefined state. */
+ * NaN, or keep a block from splitting: SarvoMHRangeEC, with a, b and Q in an undefined state. A multiple of the matrix
+ * by a power of 2 that brings the largest element near 2^400 avoids it for all but extreme spreads. */
 SARVO_API sarko_error_t sarvo_mh_trieig(VEC *a, VEC *b, MAT *Q);
 
 /* Eigenvalues, unsorted, of the symmetric A into *out, made or resized to exactly A.rows; when Q is not null,
@@ -110,8 +113,8 @@ SARVO_API sarko_error_t sarvo_mh_trieig(VEC *a, VEC *b, MAT *Q);
  *     }
  *
  * Errors, each wrapped as "Cannot compute eigenvalues of a dense symmetric matrix", in order: A or out null:
- * SarvoMHNullEC; A not square: SarvoMHSquareEC; an infinity or NaN in A, or overflow on the way (see sarvo_mh_trieig):
- * SarvoMHRangeEC; the allocator's. */
+ * SarvoMHNullEC; A not square: SarvoMHSquareEC; an infinity or NaN in A, or squares that overflow or vanish on the way
+ * (see sarvo_mh_trieig): SarvoMHRangeEC; the allocator's. */
 SARVO_API sarko_error_t sarvo_mh_symmeig(const MAT *A, MAT **Q, VEC **out);
 
 /* ---- Updates of factorisations ---- */
