@@ -98,6 +98,40 @@ TEST(DenseCommands, WriteFilesThatTheyRead) {
     }
 }
 
+TEST(DenseCommands, FindEigenvaluesOfTinyHugeAndUnequalElements) {
+    const double h = std::sqrt(0.26); // the block {{1, 0.1}, {0.1, 2}} has 1.5 -+ h
+    const struct {
+        const char *input;
+        std::vector<double> expected;
+        double noise = 0.0; // of rounding, where it is not relative to each value
+    } rows[] = {
+        {"0 1e-85 0\n1e-85 2 1e-85\n0 1e-85 0\n", {-1e-170, 0, 2}, 1e-170},
+        {"0 1e-210\n1e-210 1e-256\n", {-1e-210, 1e-210}},
+        {"1 1e-170\n1e-170 1\n", {1, 1}},
+        {"2 0 0\n0 1e-200 1e-201\n0 1e-201 2e-200\n", {(1.5 - h) * 1e-200, (1.5 + h) * 1e-200, 2}},
+        {"1 1e-290 0\n1e-290 3 1e-300\n0 1e-300 2\n", {1, 2, 3}},
+        {"5e-324 0\n0 1e-323\n", {5e-324, 1e-323}},
+        {"2e-162 1e-162\n1e-162 2e-162\n", {1e-162, 3e-162}},
+        {"2e307 1e307\n1e307 2e307\n", {1e307, 3e307}},
+        {"1e100 0 0\n0 1e-308 0\n0 0 1\n", {1e-308, 1, 1e100}},
+        {"0 0\n0 0\n", {0, 0}},
+    };
+    for (const auto &row : rows)
+        for (const char *method : {"qr", "jacobi"}) {
+            const std::string arguments = std::string("eig - --format json --method ") + method;
+            const Answer answer = sarvo(arguments, row.input);
+            EXPECT_EQ(answer.exit_code, 0) << arguments << "\n" << row.input << answer.err;
+            const std::vector<double> found = numbers(answer.out, "eigenvalues");
+            ASSERT_EQ(found.size(), row.expected.size()) << arguments << "\n" << row.input << answer.out;
+            for (size_t i = 0; i < found.size(); i++)
+                EXPECT_NEAR(found[i], row.expected[i], std::fabs(row.expected[i]) * 1e-14 + row.noise)
+                    << arguments << "\n"
+                    << row.input;
+            for (const char *key : {"residual", "orthogonality"}) EXPECT_LE(numbers(answer.out, key).at(0), 4e-15);
+        }
+    EXPECT_EQ(sarvo("eig -", "1e308 1e308\n1e308 1e308\n").exit_code, 1) << "an eigenvalue overflows";
+}
+
 TEST(DenseCommands, EndAsTheyShould) {
     const struct {
         const char *arguments;

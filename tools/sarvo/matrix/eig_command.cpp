@@ -3,6 +3,7 @@
 #include <cmath>
 #include <memory>
 
+#include "errors.h"
 #include "line/options.h"
 #include "line/subcommands.h"
 #include "matrix/dense.h"
@@ -57,10 +58,39 @@ Decomposition sorted(const double *values, const MAT &vectors) {
     return all;
 }
 
+// The exponent of the power of 2 that brings the largest element near 2^400. Squares of elements 10^-280 times as large
+// do not vanish then, and none overflows.
+int scaling(const DenseInput &A) {
+    constexpr int target = 400;
+    double most = 0.0;
+    for (const double x : A.values) most = std::max(most, std::fabs(x));
+    return most > 0.0 && std::isfinite(most) ? target - std::ilogb(most) : 0;
+}
+
+void scale(std::vector<double> &values, int exponent) {
+    for (double &x : values) x = std::ldexp(x, exponent);
+}
+
+// Drops what lies off the diagonal and is less than 2^-100 of the largest element: far less than any rounding error.
+DenseInput without_negligible(DenseInput A) {
+    double most = 0.0;
+    for (const double x : A.values) most = std::max(most, std::fabs(x));
+    for (size_t i = 0; i < A.rows; i++)
+        for (size_t j = 0; j < A.cols; j++) {
+            double &x = A.values[i * A.cols + j];
+            if (i != j && std::fabs(x) < 0x1p-100 * most) x = 0.0;
+        }
+    return A;
+}
+
 Decomposition by_qr(const DenseInput &input) {
     MAT *q = nullptr;
     VEC *w = nullptr;
-    const sarko_error_t e = sarvo_mh_symmeig(dense(input).get(), &q, &w);
+    sarko_error_t e = sarvo_mh_symmeig(dense(input).get(), &q, &w);
+    if (e && sarko_error_code(e) == SarvoMHRangeEC) { // an extreme spread: products of small elements vanish
+        sarko_error_clear(e);
+        e = sarvo_mh_symmeig(dense(without_negligible(input)).get(), &q, &w);
+    }
     const Dense Q(q);
     const DenseVector values(w);
     check(e);
@@ -102,7 +132,11 @@ int run_eig(const Arguments &a) {
     DenseInput input = read_real_matrix(a.matrix);
     require_square(input);
     make_symmetric(input, a.half);
-    const Decomposition d = a.method == "jacobi" ? by_jacobi(input) : by_qr(input);
+
+    // All is computed and measured with the scaled matrix; only the eigenvalues are put back.
+    const int exponent = scaling(input);
+    scale(input.values, exponent);
+    Decomposition d = a.method == "jacobi" ? by_jacobi(input) : by_qr(input);
     const Dense A = dense(input);
     double least = HUGE_VAL, most = 0.0;
     for (const double w : d.values) {
@@ -117,6 +151,10 @@ int run_eig(const Arguments &a) {
     answer.fact("orthogonality", "orthogonality |V'V - 1|",
                 distance_from_identity(*transposed_product(*d.vectors, *d.vectors)), 3);
     answer.time(watch.seconds());
+    scale(d.values, -exponent);
+    for (const double w : d.values)
+        if (!std::isfinite(w))
+            throw Failure(exit_numerical, input.source + ": an eigenvalue is beyond the largest number");
     answer.list("eigenvalues", "", "number", d.values).shown = 40;
     if (a.vectors) answer.matrix("vectors", "V, eigenvectors in columns", d.vectors->base, input.rows, input.rows);
     print(answer, a.form);
