@@ -3,6 +3,10 @@
  * Call sarvo_initialize once before anything else; until then every error code below is 0. Every fallible operation of
  * the library returns a sarko_error_t (see sarko/sarko.h): 0, or an error object that the caller reports or clears.
  *
+ * Arithmetic: results are promised for rounding to nearest with subnormal numbers kept, as every program starts. In
+ * other rounding directions, or where subnormal numbers are flushed to zero, every operation of the library ends, with
+ * a result or an error, but the bits are not promised. The library never changes the caller's setting.
+ *
  * Threads: sarvo_initialize and sarvo_terminate are for one thread. Everything else may run in any number of threads on
  * distinct objects; nothing locks.
  *
@@ -38,6 +42,8 @@ SARVO_API extern uint32_t SarvoInitialized;
 
 /* Raises SarvoInitialized; only the call that finds it 0 does work: it starts the kernel library, measures the machine
  * constants, registers the error codes and fills SarvoDtype.
+ * The constants are measured under rounding to nearest with subnormal numbers kept; the caller's floating-point
+ * environment is put back.
  * Returns 0 on success and on every later call, 1 when the kernel library fails to start, 2 when an error code cannot
  * be registered. The counter stays raised after a failure, nothing is undone, and later calls return 0 without
  * retrying. */

@@ -3,6 +3,7 @@
 #include <sarvo/sarvo.h>
 
 #include "elementary.h"
+#include "environment.h"
 
 extern "C" {
 
@@ -76,7 +77,9 @@ constexpr Registration registrations[] = {
 constexpr uint64_t dtype_sizes[SARVO_DTYPES] = {0, 1, 1, 2, 2, 4, 4, 8, 8,  8, 8,  1, 1,
                                                 2, 2, 4, 4, 8, 8, 4, 8, 16, 8, 16, 32};
 
+// The constants are those of the arithmetic that results are promised for, whatever the caller has set.
 void measure_constants() {
+    const sarvo::DefaultEnvironment environment;
     sarvo_nr_machar_double(&SarvoDblIbeta, &SarvoDblIt, &SarvoDblIrnd, &SarvoDblNgrd, &SarvoDblMachep, &SarvoDblNegep,
                            &SarvoDblIexp, &SarvoDblMinexp, &SarvoDblMaxexp, &SarvoDblEps, &SarvoDblEpsneg,
                            &SarvoDblXmin, &SarvoDblXmax);

@@ -1,4 +1,4 @@
-// The five forms of an answer, exact digits, and the fingerprint.
+// The five forms of an answer, exact digits, the fingerprint, and the arithmetic that is set.
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -8,8 +8,10 @@
 
 #include "answer/answer.h"
 #include "data/table.h"
+#include "environment.h"
 #include "numbers.h"
 #include "test_support.h"
+#include "verify/arithmetic.h"
 
 namespace {
 
@@ -101,6 +103,20 @@ TEST(Fingerprint, SeesEveryBitOfTheResultAndNothingElse) {
     other.fact("x", "x", -std::nan("2"));
     EXPECT_EQ(fingerprint(nan).state(), fingerprint(other).state());
     EXPECT_NE(formatted(answer, {"tsv", 8, false, true}).find("# fingerprint: "), std::string::npos);
+}
+
+TEST(Arithmetic, IsNamedWhenItIsNotThePromisedOne) {
+    test::in_every_environment([](const std::string &name) {
+        const std::string said = command::unusual_arithmetic();
+        const size_t comma = name.find(',');
+        const std::string direction = name.substr(9, comma == std::string::npos ? comma : comma - 9);
+        EXPECT_EQ(said.find("rounding is " + direction + ", not to nearest") != std::string::npos,
+                  direction != "to nearest")
+            << name << ": " << said;
+        EXPECT_EQ(said.find("flushed to zero") != std::string::npos, comma != std::string::npos)
+            << name << ": " << said;
+        EXPECT_EQ(said.empty(), name == "rounding to nearest") << said;
+    });
 }
 
 } // namespace

@@ -4,7 +4,9 @@
 
 #include <float.h>
 #include <math.h>
+#include <string.h>
 
+#include "environment.h"
 #include "test_support.h"
 
 namespace {
@@ -163,6 +165,41 @@ TEST(Constants, AreThoseOfIeeeArithmetic) {
     EXPECT_NEAR(static_cast<double>(SarvoFltLnXmax), 88.7228, 1e-4);
     EXPECT_EQ(SarvoFltSqrtXmin, 0x1p-63f);
     EXPECT_EQ(SarvoFltSqrtXmax, sqrtf(FLT_MAX));
+}
+
+TEST(Constants, AreTheSameWhateverTheCallersArithmeticIsAndItIsPutBack) {
+    const double before[] = {SarvoDblEps,    SarvoDblEpsneg,   SarvoDblXmin,     SarvoDblXmax, SarvoDblLnXmin,
+                             SarvoDblLnXmax, SarvoDblSqrtXmin, SarvoDblSqrtXmax, SarvoFltEps,  SarvoFltXmin,
+                             SarvoFltXmax,   SarvoFltLnXmin,   SarvoFltSqrtXmax};
+    test::in_every_environment([&](const std::string &name) {
+        sarvo_terminate();
+        SarvoDblEps = SarvoDblXmin = SarvoDblLnXmax = 0.0;
+        const int direction = std::fegetround();
+        volatile double smallest = DBL_MIN;
+        const bool flushes = smallest * 0.5 == 0.0;
+        const int started = sarvo_initialize();
+
+        const double now[] = {SarvoDblEps,    SarvoDblEpsneg,   SarvoDblXmin,     SarvoDblXmax, SarvoDblLnXmin,
+                              SarvoDblLnXmax, SarvoDblSqrtXmin, SarvoDblSqrtXmax, SarvoFltEps,  SarvoFltXmin,
+                              SarvoFltXmax,   SarvoFltLnXmin,   SarvoFltSqrtXmax};
+        const bool same = memcmp(before, now, sizeof now) == 0;
+        const bool kept = std::fegetround() == direction && (smallest * 0.5 == 0.0) == flushes;
+        EXPECT_EQ(started, 0) << name;
+        EXPECT_TRUE(same) << name;
+        EXPECT_TRUE(kept) << name;
+    });
+}
+
+TEST(Constants, AreMeasuredByLoopsThatEndInEveryArithmetic) {
+    test::in_every_environment([](const std::string &name) {
+        int32_t n[9];
+        double d[4];
+        float f[4];
+        sarvo_nr_machar_double(n, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8, d, d + 1, d + 2, d + 3);
+        EXPECT_EQ(n[0], 2) << name; // the radix shows in each of them
+        sarvo_nr_machar_float(n, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8, f, f + 1, f + 2, f + 3);
+        EXPECT_EQ(n[0], 2) << name;
+    });
 }
 
 } // namespace

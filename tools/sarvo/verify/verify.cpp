@@ -3,6 +3,7 @@
 
 #include "progress.h"
 #include "stopwatch.h"
+#include "verify/arithmetic.h"
 #include "verify/kernel_cases.h"
 
 namespace command {
@@ -26,20 +27,24 @@ bool verify_kernels(Answer &answer) {
             wrong.push_back({kernel.name, d.level, whole(d.seed), whole(d.element)});
     }
     progress.clear();
-    answer.headline = wrong.empty() ? "Every kernel has the bits of its literal loop at every level."
-                                    : "WRONG: kernels differ from their literal loops.";
+    const std::string unusual = unusual_arithmetic();
+    answer.headline = !wrong.empty()    ? "WRONG: kernels differ from their literal loops."
+                      : unusual.empty() ? "Every kernel has the bits of its literal loop at every level."
+                                        : "NOT THE PROMISED ARITHMETIC: " + unusual + ".";
     answer.fact("levels", "levels compared", names, 0, "with the literal loops");
     answer.fact("verified", "kernels", whole(kernel_cases().size()), 0,
                 "with " + std::to_string(count) + " cases each");
     answer.fact("differing", "kernels that differ", whole(wrong.size()));
     answer.fact("digest", "digest", digest.text(), 0, "(equal on every machine)");
+    answer.fact("arithmetic", "arithmetic",
+                unusual.empty() ? "rounding is to nearest; subnormal numbers are kept" : unusual);
     answer.time(watch.seconds());
     if (!wrong.empty())
         answer
             .grid("wrong", "first case that differs",
                   {{"kernel", "kernel"}, {"level", "level"}, {"seed", "seed"}, {"element", "element"}})
             .rows = wrong;
-    return wrong.empty();
+    return wrong.empty() && unusual.empty();
 }
 
 } // namespace command

@@ -5,7 +5,8 @@
 
 namespace command {
 
-// False when a kernel differs; the answer says which.
+// False when a kernel differs, or when rounding is not to nearest or subnormal numbers are not kept; the answer says
+// which.
 bool verify_kernels(Answer &answer);
 
 } // namespace command
