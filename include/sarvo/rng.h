@@ -126,7 +126,8 @@ SARVO_API double sarvo_rng_gauss(sarvo_rng_t *rng, double sigma);
 SARVO_API sarko_error_t sarvo_rng_gamma_init(sarvo_rng_t *rng, uint32_t method);
 
 /* The next gamma deviate.
- *   a  shape, above 0 (not checked: a NaN never ends, a negative one recurses -a deep)
+ *   a  shape, above 0. A NaN, or a shape below -1000, gives a NaN and draws nothing; a negative one above that recurses
+ *      as deep as its size, with values that mean nothing.
  *   b  scale */
 SARVO_API double sarvo_rng_gamma(sarvo_rng_t *rng, double a, double b);
 

@@ -136,7 +136,11 @@ template <class Source> double marsaglia_tsang(Source &source, const GammaShape 
     }
 }
 
+// A shape below 1 recurses upward by ones, a negative one as deep as its size: there is an end to that.
+constexpr double least_gamma_shape = -1000.0;
+
 template <class Source> double marsaglia_tsang(Source &source, double a, double b) {
+    if (!(a >= least_gamma_shape)) return NAN;
     if (!(a < 1.0)) return marsaglia_tsang(source, GammaShape(a), b);
     const double u = positive_uniform(source);
     return marsaglia_tsang(source, a + 1.0, b) * elementary::pow(u, 1.0 / a);

@@ -5,6 +5,7 @@
 #include <map>
 #include <sstream>
 
+#include "environment.h"
 #include "orthogonal_reference.h"
 
 namespace {
@@ -226,6 +227,23 @@ TEST(Symmeig, EndsWhereTinyProductsVanish) {
                     random.below(3) ? std::ldexp(random.symmetric(), -static_cast<int>(random.below(1000))) : 0.0;
         expect_end(n, A.x, false);
     }
+}
+
+TEST(Symmeig, EndsInEveryArithmetic) {
+    test::in_every_environment([](const std::string &name) {
+        test::Random random(13);
+        for (const double scale : {1.0, 1e-160, 1e-300, 1e150})
+            for (int type = 0; type < 4; type++)
+                for (const uint64_t n : {2u, 5u, 20u}) {
+                    Dense A = drawn(type, n, random);
+                    for (double &x : A.x) x *= scale;
+                    Mat input = mat(A), Q;
+                    Vec w;
+                    const sarko_error_t e = sarvo_mh_symmeig(input.p, &Q.p, &w.p);
+                    EXPECT_TRUE(!e || sarko_error_code(e) == SarvoMHRangeEC) << name;
+                    sarko_error_clear(e);
+                }
+    });
 }
 
 TEST(Symmeig, ChecksInOrder) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "environment.h"
 #include "nr/diagonal.h"
 #include "test_support.h"
 
@@ -211,6 +212,36 @@ TEST(Convergence, OfBidiagonalMatricesIsReachedForAnySetting) {
         }
         EXPECT_NEAR(found / square, 1.0, 1e-9) << "draw " << draw; // 1e-10 is the coarsest setting
     }
+}
+
+// Other directions of rounding, and subnormal numbers flushed to zero: it ends, with a result or the documented error.
+TEST(Convergence, OrItsErrorComesInEveryArithmetic) {
+    test::in_every_environment([](const std::string &name) {
+        Random random(5);
+        for (const Spectrum &spectrum : spectra)
+            for (const double scale : {1.0, 0x1p-1050, 0x1p+1000})
+                for (const uint64_t n : {2u, 5u, 12u, 40u}) {
+                    Doubles w(n);
+                    for (uint64_t i = 0; i < n; i++) w[i] = spectrum.value(i, n, random);
+                    Doubles a = matrix_with(w, random);
+                    for (double &x : a) x *= scale;
+                    sarvo_matrix *A = test::matrix_of(n, n, a);
+                    for (uint64_t i = 0; i < n; i++)
+                        for (uint64_t j = 0; j < i; j++) test::at(A, i, j) = test::at(A, j, i); // symmetric, for Jacobi
+                    sarvo_nr_svd *svd = nullptr;
+                    sarvo_nr_jtsm *jacobi = nullptr;
+                    test::expect_success(sarvo_nr_svd_init(&svd));
+                    test::expect_success(sarvo_nr_jtsm_init(&jacobi));
+                    for (const sarko_error_t e :
+                         {sarvo_nr_svd_decompose(A, 0, 0, 0, 0, svd), sarvo_nr_jtsm_compute(A, 0, 0, 0, jacobi)}) {
+                        EXPECT_TRUE(!e || sarko_error_code(e) == SarvoNrIterEC) << name << ", " << spectrum.name;
+                        sarko_error_clear(e);
+                    }
+                    sarvo_nr_svd_free(svd);
+                    sarvo_nr_jtsm_free(jacobi);
+                    sarvo_matrix_free(A);
+                }
+    });
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // Deviates one at a time: bits of the stated loops, distributions, other ranges of integers, the ziggurat's tables.
 #include "literal.h"
+#include "rng/fill.h"
 #include "rng/variates.h"
 #include "rng/ziggurat_tables.h"
 #include "rng_support.h"
@@ -152,6 +153,23 @@ TEST(Ziggurat, NarrowerSourcesTakeTwoDrawsOrAreRefused) {
 }
 
 // The bounds that stand for the logarithms decide as these do, however near u is to the edge.
+TEST(Deviates, OfAnyShapeEnd) {
+    for (const uint32_t method : {1u, 2u}) {
+        const Rng rng = make(7, method), untouched = make(7, method);
+        double filled[3];
+        for (const double shape : {static_cast<double>(NAN), -HUGE_VAL, -1e300, -1e9, -1000.5}) {
+            EXPECT_TRUE(std::isnan(sarvo_rng_gamma(rng.get(), shape, 1.0))) << shape;
+            sarvo::rng_fill_gamma(rng.get(), shape, 1.0, 3, filled);
+            for (const double x : filled) EXPECT_TRUE(std::isnan(x)) << shape;
+        }
+        EXPECT_EQ(sarvo_rng_uniform(rng.get()), sarvo_rng_uniform(untouched.get())) << "nothing was drawn";
+        for (const double shape : {HUGE_VAL, 1e300, 5e-324, 0.0, -0.5, -1000.0}) {
+            sarvo_rng_gamma(rng.get(), shape, 1.0);
+            sarvo::rng_fill_gamma(rng.get(), shape, 1.0, 3, filled);
+        }
+    }
+}
+
 TEST(GammaTrials, AreDecidedAsByTheLogarithms) {
     test::Random random(11);
     uint64_t taken = 0, refused = 0;
