@@ -179,26 +179,23 @@ private:
     uint64_t begin_[batch_sweeps] = {}, end_[batch_sweeps] = {}; // range of each
 };
 
-// The smaller singular value of (f g; 0 h).
+// The smaller singular value of B = (f g; 0 h).
+//
+// With x = |f|, y = |g|, z = |h| the two values p >= q have p q = |det B| = x z and p^2 + q^2 = |B|_F^2 = x^2 + y^2 + z^2,
+// so that
+//     p + q = sqrt((x + z)^2 + y^2) = S,    p - q = sqrt((x - z)^2 + y^2) = D,    q = x z / p = 2 x z / (S + D).
+// Nothing cancels but x - z, which is exact where it matters. Divided by the largest element the squares stay in range:
+// S is at least 1.
 double smaller_singular_value(double f, double g, double h) {
-    f = magnitude(f);
-    g = magnitude(g);
-    h = magnitude(h);
-    const double low = f < h ? f : h;
-    const double high = f < h ? h : f;
+    const double x = magnitude(f), y = magnitude(g), z = magnitude(h);
+    const double low = x < z ? x : z, high = x < z ? z : x;
+    const double largest = high < y ? y : high;
     if (low == 0.0) return 0.0;
-    // After LAPACK's dlas2: every quotient is at most 1, nothing overflows.
-    const double as = 1.0 + low / high;
-    const double at = (high - low) / high;
-    if (g < high) {
-        const double au = (g / high) * (g / high);
-        return low * (2.0 / (__builtin_sqrt(as * as + au) + __builtin_sqrt(at * at + au)));
-    }
-    const double au = high / g;
-    if (au == 0.0) return (low * high) / g;
-    const double x = as * au;
-    const double y = at * au;
-    return 2.0 * ((low * (1.0 / (__builtin_sqrt(1.0 + x * x) + __builtin_sqrt(1.0 + y * y)))) * au);
+
+    const double a = low / largest, b = y / largest, c = high / largest;
+    const double S = __builtin_sqrt((c + a) * (c + a) + b * b);
+    const double D = __builtin_sqrt((c - a) * (c - a) + b * b);
+    return low * (2.0 * c / (S + D));
 }
 
 // One sweep over the block l .. k, chasing the bulge from top to bottom.
