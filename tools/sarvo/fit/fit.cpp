@@ -1,6 +1,7 @@
 // The fit: problem set-up, the iteration with its reasons to stop, and the statistics of the result.
 #include "fit/fit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <span>
@@ -114,9 +115,8 @@ struct Record {
     Record(const Record &) = delete;
 };
 
-// Root of the share of chi square that the undamped step would still explain, per degree of freedom:
-// sqrt((beta' alpha^-1 beta / p) / (chi^2 / max(n - p, 1))).
-double relative_offset(sarvo_lsq &lsq) {
+// What the undamped step would still take off chi square: beta' alpha^-1 beta.
+double possible_reduction(sarvo_lsq &lsq) {
     const Svd svd = make_svd();
     svd->thresh = 0.0;
     check(sarvo_nr_svd_decompose(lsq.alpha, 0, 0, lsq.npar, lsq.npar, svd.get()));
@@ -125,8 +125,19 @@ double relative_offset(sarvo_lsq &lsq) {
     const Vector owner(step);
     double reduction = 0.0;
     check(sarvo_vv_inprod(lsq.beta, step, 0, 0, 0, &reduction));
+    return std::fabs(reduction);
+}
+
+// Whether the descent has arrived. Either the root of the share of chi square that could still be explained, per degree
+// of freedom, sqrt((reduction / p) / (chi^2 / max(n - p, 1))), is small; or the reduction is less than what rounding
+// changes in chi square: residuals are differences of numbers of the size of the data, so each is wrong by some eps of
+// that, and chi^2 = |r|^2 by some eps |r| |y|.
+bool has_arrived(sarvo_lsq &lsq, double size) {
+    constexpr double eps = std::numeric_limits<double>::epsilon();
+    const double reduction = possible_reduction(lsq);
     const double freedom = lsq.ndata > lsq.npar ? lsq.ndata - lsq.npar : 1.0;
-    return elementary::sqrt(std::fabs(reduction) / lsq.npar / (lsq.chisq / freedom));
+    return elementary::sqrt(reduction / lsq.npar / (lsq.chisq / freedom)) <= arrived ||
+           reduction <= 4.0 * eps * elementary::sqrt(lsq.chisq * size);
 }
 
 // Iterates until a reason to stop is found; fills iterations, converged and reason.
@@ -148,7 +159,7 @@ void iterate(const Problem &problem, sarvo_lsq &lsq, int limit,
             return;
         }
         if (met > 0 || !accepted) {
-            const bool there = relative_offset(lsq) <= arrived;
+            const bool there = has_arrived(lsq, size);
             if (there && accepted) {
                 result.reason = (lsq.flags & SARVO_LSQ_STEP_MET) ? "the step is within tolerance"
                                                                  : "the gradient is within tolerance";
@@ -226,22 +237,51 @@ void refine(Problem &problem, FitResult &result) {
     result.chi_square = after;
 }
 
+// The parameters that the data leave open at the result: those with a share in a direction along which the model does not
+// change, and those whose whole value changes it by less than rounding (a rate that has run away).
+std::vector<std::string> undetermined(const Problem &problem, const FitOptions &options, const FitResult &result,
+                                      const Linearisation &at) {
+    double size = 0.0;
+    for (size_t i = 0; i < problem.observed.size(); i++)
+        size += problem.weight(i) * problem.observed[i] * problem.observed[i];
+    constexpr double share = 0.1, eps = std::numeric_limits<double>::epsilon();
+    std::vector<std::string> names;
+    for (size_t p = 0; p < result.names.size(); p++) {
+        double open = 0.0;
+        for (size_t k = 0; k < result.names.size(); k++)
+            if (!(elements(at.svd->w)[k] > at.svd->thresh)) open = std::max(open, std::fabs(row(at.svd->V, p)[k]));
+        const double extent = std::max({std::fabs(result.estimates[p]), std::fabs(options.start[p].second), 1.0});
+        if (open > share || at.length[p] * extent <= eps * elementary::sqrt(size)) names.push_back(result.names[p]);
+    }
+    return names;
+}
+
+std::string listed(const std::vector<std::string> &names) {
+    std::string text;
+    for (size_t i = 0; i < names.size(); i++) text += (i == 0 ? "" : i + 1 < names.size() ? ", " : " and ") + names[i];
+    return text;
+}
+
+// A state from which the model cannot be told from others is no result.
+void refuse(FitResult &result, const std::string &why) {
+    result.converged = false;
+    result.reason = why;
+    result.warning = "there are no standard errors. Try another --start, nearer to what the data show, or a model with "
+                     "fewer parameters";
+}
+
 // Standard errors and correlations: (J'W J)^-1 = D^-1 V w^-2 V' D^-1, D the lengths of the columns.
-void add_covariance(Problem &problem, double variance, FitResult &result) {
+void add_covariance(Problem &problem, const FitOptions &options, double variance, FitResult &result) {
     const size_t n = result.estimates.size();
     const Linearisation at(problem, result.estimates);
     result.standard_errors.assign(n, std::numeric_limits<double>::quiet_NaN());
     result.correlation.assign(n, std::vector<double>(n, std::numeric_limits<double>::quiet_NaN()));
-    if (!at.svd) {
-        result.warning = "the derivatives are not finite here: there are no standard errors";
-        return;
-    }
+    if (!at.svd) return refuse(result, "the derivatives are not finite here");
     result.condition = 1.0 / at.svd->rcond;
-    if (at.svd->nullity > 0) {
-        result.warning = "the data do not determine all parameters (rank " + std::to_string(at.svd->rank) + " of " +
-                         std::to_string(n) + "): there are no standard errors";
-        return;
-    }
+    const std::vector<std::string> open = undetermined(problem, options, result, at);
+    if (at.svd->nullity > 0 || !open.empty())
+        return refuse(result, "the data do not determine all parameters (rank " + std::to_string(at.svd->rank) +
+                                  " of " + std::to_string(n) + ")" + (open.empty() ? "" : ": " + listed(open)));
     std::vector<std::vector<double>> inverse(n, std::vector<double>(n));
     for (size_t a = 0; a < n; a++)
         for (size_t b = 0; b < n; b++)
@@ -326,7 +366,7 @@ FitResult fit(const Table &table, const FitOptions &options,
     const double variance = options.known_variances ? 1.0
                             : result.residual_sd    ? *result.residual_sd * *result.residual_sd
                                                     : std::numeric_limits<double>::quiet_NaN();
-    add_covariance(problem, variance, result);
+    add_covariance(problem, options, variance, result);
     add_significance(options.known_variances, result);
     if (!options.known_variances && !result.residual_sd && result.warning.empty())
         result.warning = "as many parameters as rows: there are no standard errors";

@@ -25,8 +25,10 @@ size_t distance(std::string_view a, std::string_view b) {
 } // namespace
 
 std::string nearest(std::string_view word, const std::vector<std::string> &candidates) {
+    // A slip in a short word, two from 6 letters on, three from 10.
+    const size_t accepted = word.size() < 6 ? 1 : word.size() < 10 ? 2 : 3;
     std::string best;
-    size_t least = word.size() / 3 + 2; // one more than what is accepted
+    size_t least = accepted + 1;
     for (const std::string &candidate : candidates) {
         const size_t longer = std::max(word.size(), candidate.size()),
                      shorter = std::min(word.size(), candidate.size());

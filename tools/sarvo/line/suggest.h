@@ -7,7 +7,8 @@
 
 namespace command {
 
-// The candidate with the fewest letters to change, add, drop or swap, if that is at most a third of them; else empty.
+// The candidate with the fewest letters to change, add, drop or swap: one in words of up to 5 letters, two up to 9,
+// three in longer ones; else empty.
 std::string nearest(std::string_view word, const std::vector<std::string> &candidates);
 
 // " Did you mean 'candidate'?" or nothing.

@@ -88,23 +88,55 @@ Value relative(const special::Result &r) {
     return r.error && r.value != 0.0 ? Value(*r.error / std::fabs(r.value)) : Value();
 }
 
+// What is wrong with a value that is none; empty for a number.
+std::string fault_of(double value) {
+    if (std::isinf(value)) return "the value is infinite or beyond the largest number";
+    return std::isnan(value) ? "the value is not a number" : "";
+}
+
 int run_eval(const Arguments &a) {
-    start_library();
     const Stopwatch watch;
     Answer answer;
-    Grid &grid = answer.grid("values", "",
-                             {{"expression", "expression"},
-                              {"value", "value", 0, true},
-                              {"error", "error estimate", 2},
-                              {"relative", "relative", 2},
-                              {"sign", "sign of Gamma"}});
+    Grid values, errors;
+    ExitCode outcome = exit_done;
+    const auto refuse = [&](const std::string &text, const std::string &why, ExitCode code) {
+        errors.rows.push_back({text, why});
+        if (outcome == exit_done) outcome = code;
+    };
     for (const std::string &text : a.expressions) {
-        const special::Result r = evaluate(text);
-        grid.rows.push_back({text, r.value, value(r.error), relative(r), value(r.sign)});
+        try {
+            const special::Result r = evaluate(text);
+            const std::string fault = fault_of(r.value);
+            if (fault.empty()) values.rows.push_back({text, r.value, value(r.error), relative(r), value(r.sign)});
+            else refuse(text, fault, exit_numerical);
+        } catch (const Failure &e) {
+            refuse(text, e.what(), e.code());
+        }
+    }
+
+    // The values that there are come to standard output, whatever became of the others.
+    answer.grid("values", "",
+                {{"expression", "expression"},
+                 {"value", "value", 0, true},
+                 {"error", "error estimate", 2},
+                 {"relative", "relative", 2},
+                 {"sign", "sign of Gamma"}})
+        .rows = values.rows;
+    if (!errors.rows.empty()) {
+        Grid &grid = answer.grid("errors", "without a value", {{"expression", "expression"}, {"reason", "reason"}});
+        grid.rows = errors.rows;
+        grid.audience = Audience::programs;
     }
     answer.time(watch.seconds());
-    print(answer, a.form);
-    return exit_done;
+    if (!values.rows.empty()) print(answer, a.form);
+    if (outcome == exit_done) return exit_done;
+    std::string message;
+    for (const auto &row : errors.rows) {
+        const std::string &text = std::get<std::string>(row[0]), &why = std::get<std::string>(row[1]);
+        const bool named = why.find(text) != std::string::npos;
+        message += (message.empty() ? "" : "\n") + (named ? "" : text + ": ") + why;
+    }
+    throw Failure(outcome, message);
 }
 
 } // namespace
