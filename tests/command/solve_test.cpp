@@ -111,6 +111,28 @@ TEST(SolveCommand, TellsWhatItDidInThreeForms) {
     std::remove(out.c_str());
 }
 
+TEST(SolveCommand, GivesTheReasonThatTheLibraryHad) {
+    const std::string indefinite =
+        "%%MatrixMarket matrix coordinate real symmetric\n3 3 4\n1 1 1\n2 1 2\n2 2 1\n3 3 1\n";
+    const std::string right = testing::TempDir() + "sarvo_indefinite_b.txt"; // of the negative eigenvalue
+    std::ofstream(right) << "1\n-1\n0\n";
+    const struct {
+        const char *arguments, *out, *err;
+    } rows[] = {
+        {"--method cg --precond none", "NOT SOLVED: the matrix or preconditioner is not positive definite.", ""},
+        {"--method cg --precond jacobi", "NOT SOLVED: the matrix or preconditioner is not positive definite.", ""},
+        {"--method cg --precond ich", "", "sarvo: spICHfactor: Matrix not positive definite"},
+        {"--method chol", "", "sarvo: the matrix is not positive definite: --method lu solves it"},
+    };
+    for (const auto &row : rows) {
+        const Answer answer = sarvo("solve - " + right + " --format table " + row.arguments, indefinite);
+        EXPECT_EQ(answer.exit_code, 1) << row.arguments;
+        EXPECT_NE(answer.out.find(row.out), std::string::npos) << row.arguments << answer.out;
+        EXPECT_NE(answer.err.find(row.err), std::string::npos) << row.arguments << answer.err;
+    }
+    std::remove(right.c_str());
+}
+
 TEST(SolveCommand, ExitCodesTellWhatHappened) {
     const std::string singular = "%%MatrixMarket matrix array real general\n2 2\n1\n2\n2\n4\n";
     const struct {
