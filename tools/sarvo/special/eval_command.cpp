@@ -8,7 +8,6 @@
 
 #include "errors.h"
 #include "formula/parser.h"
-#include "library.h"
 #include "line/options.h"
 #include "line/subcommands.h"
 #include "special/special_functions.h"
@@ -89,7 +88,6 @@ Value relative(const special::Result &r) {
 }
 
 int run_eval(const Arguments &a) {
-    start_library();
     const Stopwatch watch;
     Answer answer;
     Grid &grid = answer.grid("values", "",
