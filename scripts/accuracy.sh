@@ -8,4 +8,4 @@ need_packages "${build_packages[@]}" python3-mpmath
 cmake --build build -j "$jobs" --target sarvo_shared -- --quiet
 tables=../shared/data/special
 [ -d "$tables" ] || { echo "No reference tables beside the checkout: the sweeps only." >&2; tables=; }
-python3 tools/accuracy.py build/lib/libsarvo.so $tables
+LD_LIBRARY_PATH=build/lib python3 tools/accuracy.py build/lib/libsarvo.so $tables

@@ -63,7 +63,9 @@ enum {
 };
 
 /* Hands out the next code (1, 2, 3, ...), stores it in *code and binds `message` to it. The text is not copied: it must
- * stay valid (a string constant).
+ * stay valid (a string constant). *code must have a value, 0 at first: a variable that still holds the code that it
+ * was given since the first sarko_initialize, for the same text, keeps it, and nothing is registered. So a library may
+ * register its codes at each of its starts while somebody else keeps this one started.
  * Errors, in order: "Null pointer." (code or message null); "Too many error codes." (4096 are registered). *code is not
  * written then. */
 SARKO_API sarko_error_t sarko_error_register(uint32_t *code, const char *message);

@@ -12,8 +12,19 @@ namespace {
 // ---- Registry: written at start-up only ----
 
 constexpr uint32_t registry_size = 4096;
-const char *registered[registry_size]; // message of code k at k - 1
+struct Registered {
+    const char *message;
+    const uint32_t *owner; // whose variable the code is in: only compared, never read through
+};
+Registered registered[registry_size]; // code k at k - 1
 uint32_t registered_count = 0;
+
+// Whether *code is already this variable's code with this message: of the present start, not one left by an earlier.
+bool has_code(const uint32_t *code, const char *message) {
+    if (*code < 1 || *code > registered_count) return false;
+    const Registered &r = registered[*code - 1];
+    return r.owner == code && strcmp(r.message, message) == 0;
+}
 
 // ---- Objects ----
 
@@ -91,15 +102,16 @@ extern "C" {
 
 sarko_error_t sarko_error_register(uint32_t *code, const char *message) {
     if (!code || !message) return sarko_error_create_i(SARKO_KIND_ERROR, 0, 0, 0, 0, 0, "Null pointer.");
+    if (has_code(code, message)) return 0;
     if (registered_count == registry_size)
         return sarko_error_create_i(SARKO_KIND_ERROR, 0, 0, 0, 0, 0, "Too many error codes.");
-    registered[registered_count] = message;
+    registered[registered_count] = {message, code};
     *code = ++registered_count;
     return 0;
 }
 
 const char *sarko_error_code_message(uint32_t code) {
-    return code >= 1 && code <= registered_count ? registered[code - 1] : nullptr;
+    return code >= 1 && code <= registered_count ? registered[code - 1].message : nullptr;
 }
 
 sarko_error_t sarko_error_create_i(int32_t kind, uint32_t code, uint64_t context1, uint64_t context2, uint64_t context3,

@@ -169,4 +169,26 @@ TEST(Command, VerifiesEveryKernelAndItsDigestIsThatOfEveryMachine) {
     EXPECT_NE(answer.out.find("\n# differing: 0\n# digest: 0ff7cabc262605aa\n"), std::string::npos) << answer.out;
 }
 
+TEST(Command, SaysThatTheResultCouldNotBeWritten) {
+    if (!std::ifstream("/dev/full")) GTEST_SKIP() << "there is no /dev/full";
+    const char *commands[] = {"--help",
+                              "--version",
+                              "stats --help",
+                              "eval 1+1",
+                              "stats -",
+                              "manual",
+                              "completion bash",
+                              "random normal 5 --seed 1",
+                              "dist student quantile 10 0.975",
+                              "info",
+                              "stats - --plot -"};
+    for (const std::string command : commands) {
+        const Answer answer = sarvo(command + " >/dev/full", "1\n2\n");
+        EXPECT_EQ(answer.exit_code, 4) << command;
+        EXPECT_EQ(answer.err, "sarvo: the result could not be written\n") << command;
+    }
+    const Answer file = sarvo("inv - --output /dev/full/x.csv", "1,2\n3,4\n");
+    EXPECT_EQ(file.exit_code, 4) << file.err;
+}
+
 } // namespace

@@ -132,6 +132,43 @@ TEST(Reader, MessagesShowLongAndStrangeLinesFitForATerminal) {
               10u);
 }
 
+// Every kind of reader: what was read before the error must not pass for the whole.
+TEST(Reader, TakesAnErrorOfReadingForNoEnd) {
+    const std::string market = "%%MatrixMarket matrix array real general\n2 2\n1\n2\n3\n4\n";
+    const std::string npy =
+        test::npy(R"({'descr': '<f8', 'fortran_order': False, 'shape': (2,), })", std::string(16, '\0'));
+    std::string rows = "y,x\n";
+    for (int i = 1; i <= 5000; i++) rows += std::to_string(3 * i) + "," + std::to_string(i) + "\n";
+    const struct {
+        const char *arguments;
+        std::string input;
+    } readers[] = {
+        {"stats -", "1,2\n3,4\n"},
+        {"stats -", rows},
+        {"stats - --columns x --plot -", "y,x\n1,2\n3,4"},
+        {"stats -", npy},
+        {"stats -", ""},
+        {"fit 'y ~ a*x' - --start a=1", rows},
+        {"interp - --at 2", rows},
+        {"svd -", market},
+        {"inv -", "1,2\n3,4\n"},
+        {"cond -", npy},
+        {"solve -", market},
+        {"fft -", "1\n2\n3\n4\n"},
+        {"conv - elsewhere.txt", "1\n2\n"},
+    };
+    for (const auto &reader : readers) {
+        const test::cli::Answer broken = test::cli::sarvo_on_broken_connection(reader.arguments, reader.input);
+        EXPECT_EQ(broken.exit_code, 4) << reader.arguments << broken.err;
+        EXPECT_EQ(broken.out, "") << reader.arguments;
+        EXPECT_EQ(broken.err, "sarvo: standard input: cannot be read: Connection reset by peer\n") << reader.arguments;
+        const test::cli::Answer folder = test::cli::sarvo(std::string(reader.arguments) + " </", reader.input);
+        EXPECT_EQ(folder.exit_code, 4) << reader.arguments << folder.err;
+        EXPECT_EQ(folder.out, "") << reader.arguments;
+        EXPECT_EQ(folder.err, "sarvo: standard input: cannot be read: Is a directory\n") << reader.arguments;
+    }
+}
+
 TEST(Reader, NamesFilesThatCannotBeRead) {
     for (const char *path : {"no such file.csv", "."}) {
         try {

@@ -101,7 +101,7 @@ TEST(SolveCommand, TellsWhatItDidInThreeForms) {
 
     const Answer again = sarvo("solve - " + out + " --method cg --history --format json", spd);
     EXPECT_EQ(again.exit_code, 0) << again.err;
-    EXPECT_NE(again.err.find("    step  residual norm\n       1  "), std::string::npos) << again.err;
+    EXPECT_NE(again.err.find("    step  norm of the residual\n       1  "), std::string::npos) << again.err;
     for (const char *text :
          {"\"solved\": true", "\"method\": \"cg\"", "\"preconditioner\": \"ich\"", "\"x\": [-0.03305785123966"})
         EXPECT_NE(again.out.find(text), std::string::npos) << text << again.out;
@@ -109,6 +109,54 @@ TEST(SolveCommand, TellsWhatItDidInThreeForms) {
     EXPECT_NE(csv.out.find("\nx\n0.0909090909090909"), std::string::npos) << csv.out;
     std::remove(right.c_str());
     std::remove(out.c_str());
+}
+
+TEST(SolveCommand, NamesTheNormThatFell) {
+    const std::string diagonal =
+        "%%MatrixMarket matrix coordinate real symmetric\n3 3 4\n1 1 100\n2 1 1\n2 2 2\n3 3 1\n";
+    const struct {
+        const char *arguments, *norm;
+    } rows[] = {
+        {"cg --precond ich", "residual"},
+        {"cg --precond none", "residual"},
+        {"gmres --precond ilu", "residual"},
+        {"bicgstab --precond jacobi", "residual"},
+        {"minres --precond none", "residual"},
+        {"minres --precond jacobi", "residual in the norm of the preconditioner"},
+        {"minres", "residual in the norm of the preconditioner"},
+        {"lsqr --precond none", "gradient A'r"},
+        {"lsqr --precond jacobi", "gradient A'r in the norm of the preconditioner"},
+    };
+    for (const auto &row : rows) {
+        const std::string call = std::string("solve - --history --method ") + row.arguments, norm = row.norm;
+        const Answer table = sarvo(call + " --format table", diagonal), json = sarvo(call + " --format json", diagonal);
+        EXPECT_EQ(table.exit_code, 0) << row.arguments << table.err;
+        EXPECT_EQ(table.out.rfind("Solved: the " + norm + " fell below 1e-10 of that of x = 0.\n", 0), 0u) << table.out;
+        EXPECT_NE(json.out.find("\"norm\": \"" + norm + "\""), std::string::npos) << json.out;
+        EXPECT_NE(json.err.find("    step  norm of the " + norm + "\n"), std::string::npos) << json.err;
+    }
+}
+
+TEST(SolveCommand, GivesTheReasonThatTheLibraryHad) {
+    const std::string indefinite =
+        "%%MatrixMarket matrix coordinate real symmetric\n3 3 4\n1 1 1\n2 1 2\n2 2 1\n3 3 1\n";
+    const std::string right = testing::TempDir() + "sarvo_indefinite_b.txt"; // of the negative eigenvalue
+    std::ofstream(right) << "1\n-1\n0\n";
+    const struct {
+        const char *arguments, *out, *err;
+    } rows[] = {
+        {"--method cg --precond none", "NOT SOLVED: the matrix or preconditioner is not positive definite.", ""},
+        {"--method cg --precond jacobi", "NOT SOLVED: the matrix or preconditioner is not positive definite.", ""},
+        {"--method cg --precond ich", "", "sarvo: spICHfactor: Matrix not positive definite"},
+        {"--method chol", "", "sarvo: the matrix is not positive definite: --method lu solves it"},
+    };
+    for (const auto &row : rows) {
+        const Answer answer = sarvo("solve - " + right + " --format table " + row.arguments, indefinite);
+        EXPECT_EQ(answer.exit_code, 1) << row.arguments;
+        EXPECT_NE(answer.out.find(row.out), std::string::npos) << row.arguments << answer.out;
+        EXPECT_NE(answer.err.find(row.err), std::string::npos) << row.arguments << answer.err;
+    }
+    std::remove(right.c_str());
 }
 
 TEST(SolveCommand, ExitCodesTellWhatHappened) {

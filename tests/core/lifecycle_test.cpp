@@ -104,7 +104,7 @@ TEST(Lifecycle, FullRegistryGivesTwoAndIsNotRetried) {
         SarvoDtype[24] = 0;
         ASSERT_EQ(sarko_initialize(), 0);
         uint32_t other = 0;
-        for (uint32_t k = 0; k < 4096 - room; k++) ASSERT_EQ(sarko_error_register(&other, "other"), 0u);
+        for (uint32_t k = 0; k < 4096 - room; k++, other = 0) ASSERT_EQ(sarko_error_register(&other, "other"), 0u);
         const int64_t live = test::memory::live_blocks();
         EXPECT_EQ(sarvo_initialize(), 2);
         EXPECT_EQ(test::memory::live_blocks(), live) << "the error is cleared";
@@ -121,6 +121,34 @@ TEST(Lifecycle, FullRegistryGivesTwoAndIsNotRetried) {
         ASSERT_EQ(sarvo_initialize(), 0);
         EXPECT_EQ(SarvoRngInvalidMethodEC, 30u);
     }
+}
+
+// The application keeps the kernel library started and has codes of its own, one with a text of the library's.
+TEST(Lifecycle, StartsWithinAnApplicationAnyNumberOfTimesWithTheSameCodes) {
+    sarvo_terminate();
+    ASSERT_EQ(sarko_initialize(), 0);
+    uint32_t own[16] = {};
+    for (uint32_t &code : own) ASSERT_EQ(sarko_error_register(&code, "Incorrect size"), 0u);
+    // What an earlier start left behind: the number of a code that is now somebody else's, with the same text.
+    SarvoSizeEC = SarvoNrSizeEC = 7;
+    for (int round = 0; round < 5000; round++) {
+        ASSERT_EQ(sarvo_initialize(), 0) << round;
+        for (uint32_t k = 0; k < 30; k++) {
+            ASSERT_EQ(*codes[k].global, 16 + k + 1) << round << codes[k].message;
+            ASSERT_STREQ(sarko_error_code_message(16 + k + 1), codes[k].message);
+        }
+        ASSERT_EQ(sarko_error_code_message(16 + 31), nullptr) << round;
+        sarvo_terminate();
+    }
+    for (uint32_t k = 0; k < 16; k++) EXPECT_EQ(own[k], k + 1);
+    uint32_t next = 0; // another text is another code
+    EXPECT_EQ(sarko_error_register(&next, "one"), 0u);
+    EXPECT_EQ(sarko_error_register(&next, "two"), 0u);
+    EXPECT_EQ(next, 16u + 32u);
+    sarko_terminate();
+    EXPECT_EQ(sarko_error_code_message(1), nullptr);
+    ASSERT_EQ(sarvo_initialize(), 0);
+    EXPECT_EQ(SarvoRngInvalidMethodEC, 30u) << "after the last stop they begin anew";
 }
 
 TEST(Lifecycle, VersionIsOneZeroZero) {

@@ -33,6 +33,7 @@ cmake -S "$tree/project" -B "$tree/project/build" -DCMAKE_PREFIX_PATH="$tree/usr
 cmake --build "$tree/project/build" > "$tree/build.log"
 expect_right "$tree/project/build/consumer_c"
 expect_right "$tree/project/build/consumer_cpp"
+expect_right env -u LD_LIBRARY_PATH "$tree/project/build/consumer_static"
 
 [ ! -x "$tree/usr/bin/sarvo" ] || env -u LD_LIBRARY_PATH "$tree/usr/bin/sarvo" --version
 if [ -x "$tree/usr/bin/sarvo" ]; then # what it wrote about itself is there too

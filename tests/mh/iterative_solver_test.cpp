@@ -351,6 +351,179 @@ TEST(IterativeSolvers, EndOnWhatTheyCannotSolve) {
     expect_error(sarvo_mh_iter_bicgstab(record(turn).p), SarvoNrIterEC, {"Too many iterations"});
 }
 
+// ---- Singular systems ----
+
+// Square matrices of known kinds with a null space.
+Sp random_of_low_rank(int32_t n, int32_t rank, bool symmetric, test::Random &random) {
+    Doubles U(static_cast<size_t>(n * rank)), V(U.size()), sums(static_cast<size_t>(n * n));
+    for (double &x : U) x = random.symmetric();
+    for (double &x : V) x = random.symmetric();
+    for (int32_t k = 0; k < rank; k++)
+        for (int32_t i = 0; i < n; i++)
+            for (int32_t j = 0; j < n; j++)
+                sums[static_cast<size_t>(i * n + j)] +=
+                    symmetric ? (k % 3 ? 1.0 : -1.0) *
+                                    (U[static_cast<size_t>(i * rank + k)] * U[static_cast<size_t>(j * rank + k)])
+                              : U[static_cast<size_t>(i * rank + k)] * V[static_cast<size_t>(j * rank + k)];
+    return Sp(n, n, sums);
+}
+Sp laplacian(int32_t n, bool symmetric, test::Random &random) { // of a path with weights from 1/100 to 100, and chords
+    Doubles A(static_cast<size_t>(n * n));
+    const auto at = [&](int32_t i, int32_t j) -> double & { return A[static_cast<size_t>(i * n + j)]; };
+    const auto connect = [&](int32_t i, int32_t j, double w) {
+        at(i, j) -= w;
+        at(i, i) += w;
+        if (!symmetric) return;
+        at(j, i) -= w;
+        at(j, j) += w;
+    };
+    for (int32_t i = 0; i + 1 < n; i++) {
+        connect(i, i + 1, std::pow(100.0, random.symmetric()));
+        const auto j = static_cast<int32_t>(random.below(static_cast<uint64_t>(n)));
+        if (i != j && random.uniform() < 0.3) connect(i, j, 1.0);
+    }
+    return Sp(n, n, A);
+}
+Sp projector(int32_t n, int32_t rank, test::Random &random) {
+    std::vector<Doubles> basis;
+    Doubles P(static_cast<size_t>(n * n));
+    for (int32_t k = 0; k < rank; k++) {
+        Doubles q(static_cast<size_t>(n));
+        for (double &x : q) x = random.symmetric();
+        for (int round = 0; round < 2; round++)
+            for (const Doubles &other : basis) {
+                double along = 0.0;
+                for (size_t i = 0; i < q.size(); i++) along += other[i] * q[i];
+                for (size_t i = 0; i < q.size(); i++) q[i] -= along * other[i];
+            }
+        const double size = length(q);
+        for (double &x : q) x /= size;
+        for (size_t i = 0; i < q.size(); i++)
+            for (size_t j = 0; j < q.size(); j++) P[i * q.size() + j] += q[i] * q[j];
+        basis.push_back(q);
+    }
+    return Sp(n, n, P);
+}
+// Of -1, 0, 1, the last row that of the first: often nilpotent in a part, so that the Krylov space lacks the solution.
+Sp sparse_signs(int32_t n, double density, test::Random &random) {
+    Doubles A(static_cast<size_t>(n * n));
+    for (double &x : A) x = random.uniform() < density ? (random.uniform() < 0.5 ? 1.0 : -1.0) : 0.0;
+    std::copy(A.begin(), A.begin() + n, A.end() - n);
+    return Sp(n, n, A);
+}
+struct SingularKind {
+    const char *name;
+    bool symmetric;
+    Sp (*make)(int32_t n, int32_t rank, test::Random &);
+};
+const SingularKind singular_kinds[] = {
+    {"random of low rank", false,
+     [](int32_t n, int32_t r, test::Random &g) { return random_of_low_rank(n, r, false, g); }},
+    {"symmetric of low rank", true,
+     [](int32_t n, int32_t r, test::Random &g) { return random_of_low_rank(n, r, true, g); }},
+    {"Laplacian", true, [](int32_t n, int32_t, test::Random &g) { return laplacian(n, true, g); }},
+    {"directed Laplacian", false, [](int32_t n, int32_t, test::Random &g) { return laplacian(n, false, g); }},
+    {"projector", true, [](int32_t n, int32_t r, test::Random &g) { return projector(n, r, g); }},
+    {"few signs", false, [](int32_t n, int32_t, test::Random &g) { return sparse_signs(n, 0.15, g); }},
+    {"many signs", false, [](int32_t n, int32_t, test::Random &g) { return sparse_signs(n, 0.5, g); }},
+};
+
+TEST(IterativeSolvers, GmresSolvesConsistentSingularSystemsAndReportsTrueNorms) {
+    constexpr int seeds = 60;
+    for (const SingularKind &kind : singular_kinds) {
+        int solved = 0, true_norms = 0;
+        double largest = 0.0;
+        for (int seed = 1; seed <= seeds; seed++) {
+            test::Random random(static_cast<uint64_t>(seed));
+            const auto n = static_cast<int32_t>(3 + random.below(38));
+            const auto rank = static_cast<int32_t>(1 + random.below(static_cast<uint64_t>(n - 1)));
+            const Sp A = kind.make(n, rank, random);
+            Doubles t(static_cast<size_t>(n));
+            for (double &x : t) x = random.symmetric();
+            Iter ip = record(A);
+            expect_success(sarvo_mh_sp_mv_mlt(A.p, Vec(t).p, &ip->b));
+            History history;
+            ip->reserved_1 = &history;
+            ip->info = History::info;
+            ip->k = static_cast<uint32_t>(n);
+            sarko_error_clear(sarvo_mh_iter_gmres(ip.p));
+            const double start = length(Doubles(ip->b->elems, ip->b->elems + n));
+            const double left = length(residual(A.p, ip->x, ip->b));
+            solved += left <= 1e-10 * start;
+            const double last = history.norms.empty() ? start : history.norms.back();
+            true_norms += std::fabs(last - left) <= 1e-12 * start;
+            largest = std::fmax(largest, length(Doubles(ip->x->elems, ip->x->elems + n)) / length(t));
+        }
+        EXPECT_GE(solved, seeds - 1) << kind.name;
+        EXPECT_EQ(true_norms, seeds) << kind.name;
+        EXPECT_LE(largest, 1e4) << kind.name;
+    }
+}
+
+TEST(IterativeSolvers, LeaveNothingWorseThanTheStartOnSystemsWithoutSolution) {
+    for (const SingularKind &kind : singular_kinds)
+        for (const Solver &s : solvers) {
+            if (!kind.symmetric && s.symmetric) continue;
+            int worse = 0, far_from_least = 0, runs = 0;
+            for (uint64_t seed = 1; seed <= 40; seed++, runs++) {
+                test::Random random(100 + seed);
+                const auto n = static_cast<int32_t>(3 + random.below(38));
+                const auto rank = static_cast<int32_t>(1 + random.below(static_cast<uint64_t>(n - 1)));
+                const Sp A = kind.make(n, rank, random);
+                Iter ip = record(A, seed), least = record(A, seed);
+                for (uint64_t i = 0; i < ip->x->dim; i++) ip->x->elems[i] = random.symmetric();
+                const double before = measure(s, A.p, ip.p);
+                sarko_error_clear(s.run(ip.p));
+                worse += !(measure(s, A.p, ip.p) <= before * (1.0 + 1e-12));
+                least->limit = 10000;
+                sarko_error_clear(sarvo_mh_iter_lsqr(least.p));
+                const double left = length(residual(A.p, ip->x, ip->b));
+                far_from_least += !(left <= 1.01 * length(residual(A.p, least->x, least->b)) + 1e-6);
+            }
+            EXPECT_EQ(worse, 0) << s.name << ", " << kind.name << ", of " << runs;
+            const bool on_its_way = s.run == sarvo_mh_iter_minres; // it meets the least squares
+            EXPECT_LE(far_from_least, on_its_way ? runs / 10 : runs) << s.name << ", " << kind.name;
+        }
+}
+
+// 20 points, weights of four magnitudes, a right-hand side with a part in the null space.
+TEST(IterativeSolvers, DoNotRunAwayOnTheLaplacianOfAPath) {
+    Sp A(20, 20);
+    Doubles diagonal(20);
+    for (int32_t i = 0; i + 1 < 20; i++) {
+        const double w = std::pow(10.0, i % 4);
+        A.set(i, i + 1, -w), A.set(i + 1, i, -w);
+        diagonal[static_cast<size_t>(i)] += w;
+        diagonal[static_cast<size_t>(i + 1)] += w;
+    }
+    for (int32_t i = 0; i < 20; i++) A.set(i, i, diagonal[static_cast<size_t>(i)]);
+    for (const Solver &s : solvers) {
+        Iter ip = record(A);
+        for (uint64_t i = 0; i < 20; i++) ip->b->elems[i] = i == 0 ? 1.0 : 0.0;
+        sarko_error_clear(s.run(ip.p));
+        EXPECT_LE(length(Doubles(ip->x->elems, ip->x->elems + 20)), 1e5) << s.name;
+        EXPECT_LE(length(residual(A.p, ip->x, ip->b)), 1.0 + 1e-12) << s.name;
+    }
+}
+
+TEST(IterativeSolvers, MinresSeesASingularMatrixBeforeStartUpToo) {
+    Doubles expected;
+    const double measured = SarvoDblEps;
+    for (const double eps : {measured, 0.0}) { // as it is before sarvo_initialize
+        SarvoDblEps = eps;
+        Sp A(2, 2, {1, 1, 1, 1});
+        Iter ip = record(A);
+        ip->b->elems[0] = 3.0, ip->b->elems[1] = 1.0;
+        const sarko_error_t e = sarvo_mh_iter_minres(ip.p);
+        EXPECT_NE(e, 0u);
+        sarko_error_clear(e);
+        const Doubles x = {ip->x->elems[0], ip->x->elems[1], static_cast<double>(ip->steps)};
+        if (expected.empty()) expected = x;
+        expect_bits(x, expected, "without the measured constant");
+    }
+    SarvoDblEps = measured;
+}
+
 TEST(IterativeSolvers, CheckInOrderAndMakeX) {
     const char *null = "Input structure(s) is(are) not initialized";
     const Sp A = symmetric_matrix(5);

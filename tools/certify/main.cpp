@@ -9,17 +9,18 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <limits>
 #include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "data/source.h"
 #include "data/table.h"
 #include "fit/fit.h"
-#include "numbers.h"
 #include "fit/start_values.h"
+#include "library.h"
+#include "numbers.h"
 
 namespace {
 
@@ -45,9 +46,9 @@ bool strip(const std::string &line, const std::string &key, std::string *rest) {
 
 Exercise read_exercise(const std::string &path) {
     Exercise exercise;
-    std::ifstream file(path);
+    std::istringstream lines(command::read_text(path));
     std::string rest;
-    for (std::string line; std::getline(file, line);) {
+    for (std::string line; std::getline(lines, line);) {
         if (strip(line, "# formula:", &rest)) exercise.formula = rest;
         else if (strip(line, "# start ", &rest)) exercise.starts.push_back(rest.substr(rest.find(':') + 1));
         else if (strip(line, "# certified ", &rest) && rest.rfind("sum", 0) != 0) {
@@ -121,6 +122,7 @@ int main(int argc, char **argv) {
     bool enough = true;
     Worst overall;
     try {
+        command::start_library();
         for (int i = 1; i < argc; i++) enough = run(argv[i], &overall) && enough;
     } catch (const std::exception &e) {
         std::fprintf(stderr, "sarvo_certify: %s\n", e.what());
@@ -128,5 +130,9 @@ int main(int argc, char **argv) {
     }
     std::printf("\n  worst of all: parameter %.1f digits, standard deviation %.1f digits (%.0f are required)\n",
                 overall.parameter, overall.deviation, required_digits);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+        std::fputs("sarvo_certify: the table could not be written\n", stderr);
+        return 4;
+    }
     return enough ? 0 : 1;
 }

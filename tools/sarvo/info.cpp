@@ -41,7 +41,6 @@ void machine_constants(Answer &answer) {
 }
 
 int print_info(const OutputOptions &form, bool verify) {
-    start_library();
     Answer answer;
     if (verify) {
         const bool right = verify_kernels(answer);

@@ -21,6 +21,7 @@ inline void check(sarko_error_t e) {
     throw Failure(exit_numerical, chain);
 }
 
+// Before any call of the library: until then its error codes are all the same. main does it, for every subcommand.
 inline void start_library() {
     if (sarvo_initialize() != 0) throw Failure(exit_numerical, "the library cannot start");
 }

@@ -109,15 +109,18 @@ SARVO_API sarko_error_t sarvo_mh_iter_use_ilu(sarvo_mh_iter_t *ip, const SPMAT *
  * from x unless that is accepted too. A residual of exactly 0 is always accepted.
  *
  *   cg        A symmetric positive definite, B too (Hestenes and Stiefel, 1952). 1 product, 1 B, 3 scratch vectors
- *             (4 with B) and a copy of the best x when the norm rises.
+ *             (4 with B).
  *   minres    A symmetric, may be indefinite; B symmetric positive definite (Paige and Saunders, 1975). 1 product, 1 B,
  *             7 vectors. With B the norm is sqrt(r' B r).
  *   gmres     any square A and B (Saad and Schultz, 1986), restarted every k steps (0: 30), B from the right:
- *             A B y = b, x = B y. 1 product, 1 B a step; k + 3 vectors, k^2 numbers.
+ *             A B y = b, x = B y. 1 product, 1 B a step; k + 2 vectors, k^2 numbers. The basis is made orthogonal
+ *             twice where a direction loses three digits. A direction that has 14 digits less than its image is
+ *             rounding: the Krylov space is exhausted, and a fixed vector takes its place, so that consistent
+ *             singular systems are solved, too, for which it is too small (surely for k >= n).
  *   bicgstab  any square A and B, B from the right (van der Vorst, 1992). 2 products, 2 B, 9 vectors.
  *   lsqr      any m x n A: the x that minimises |b - A x|, and of these, from x = 0, the shortest (Paige and Saunders,
  *             1982); B symmetric positive definite, an approximation of (A' A)^-1 (Arridge, Betcke and Harhanen, 2014).
- *             A product with A and one with A', 1 B; 7 vectors. The norm is that of A' r, with B sqrt((A' r)' B A' r).
+ *             A product with A and one with A', 1 B; 6 vectors (7 with B). The norm is that of A' r, with B sqrt((A' r)' B A' r).
  *             x must be there: its dimension is n.
  *
  * Errors, in order: ip, b or Ax null, for lsqr also ATx or x: SarvoMHNullEC; dimensions of b and x that differ (not
@@ -126,8 +129,12 @@ SARVO_API sarko_error_t sarvo_mh_iter_use_ilu(sarvo_mh_iter_t *ip, const SPMAT *
  *                    stagnation, a matrix that is singular or unfit for the method
  *   SarvoMHPosdefEC  cg: p' A p or r' B r below 0, or 0 with r not 0; minres, lsqr: r' B r below 0
  *   SarvoMHRangeEC   an infinity or NaN in the residual norm
- * After the last three and a callback's error x is the best iterate met: that of the smallest norm, the start included;
- * init_res and steps are set. After the others x is untouched. */
+ * After the last three and a callback's error x is the best iterate that was looked at: that of the smallest norm
+ * computed afresh, the start included; the norms that recurrences carry are not believed, as on singular systems they may
+ * be far from those of x. Iterates are looked at (a product more each, for lsqr two, and a B for minres and lsqr) where a
+ * pass starts and before a step longer than the way from there, and, after the error, the last one and that of the
+ * smallest carried norm: the callbacks are called for it after an error of theirs, too, and errors of these calls are
+ * dropped. Two vectors hold what was best. init_res and steps are set. After the other errors x is untouched. */
 SARVO_API sarko_error_t sarvo_mh_iter_cg(sarvo_mh_iter_t *ip);
 SARVO_API sarko_error_t sarvo_mh_iter_minres(sarvo_mh_iter_t *ip);
 SARVO_API sarko_error_t sarvo_mh_iter_gmres(sarvo_mh_iter_t *ip);

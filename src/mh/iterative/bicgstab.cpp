@@ -56,6 +56,17 @@ public:
         return 0;
     }
 
+    double length() {
+        const double size = norm(*bs_), quotient = norm(*t_) / size;
+        if (quotient > stretch_) stretch_ = quotient;
+        return fabs(alpha_) * norm(*bp_) + fabs(omega_) * size;
+    }
+    double size_of_operator() const { return stretch_; }
+    sarko_error_t fresh_norm(double *norm_of_r) {
+        if (sarko_error_t e = residual(ip_, t_)) return e; // A B s is no longer needed
+        *norm_of_r = norm(*t_);
+        return 0;
+    }
     void update() {
         add(alpha_, *bp_, *ip_.x);
         add(omega_, *bs_, *ip_.x);
@@ -67,7 +78,7 @@ private:
     Vectors vectors_;
     VEC *r_ = nullptr, *shadow_ = nullptr, *p_ = nullptr, *v_ = nullptr, *t_ = nullptr;
     VEC *bp_ = nullptr, *bs_ = nullptr; // B p, B s
-    double rho_ = 0.0, alpha_ = 0.0, omega_ = 0.0;
+    double rho_ = 0.0, alpha_ = 0.0, omega_ = 0.0, stretch_ = 0.0;
     bool first_ = true;
 };
 

@@ -40,7 +40,19 @@ public:
         return 0;
     }
 
+    double length() {
+        const double size = norm(*p_);
+        const double quotient = rho_ / alpha_ / (size * size); // p' A p / p' p
+        if (quotient > stretch_) stretch_ = quotient;
+        return fabs(alpha_) * size;
+    }
+    double size_of_operator() const { return stretch_; }
     void update() { add(alpha_, *p_, *ip_.x); }
+    sarko_error_t fresh_norm(double *norm_of_r) {
+        if (sarko_error_t e = residual(ip_, q_)) return e; // A p is no longer needed
+        *norm_of_r = norm(*q_);
+        return 0;
+    }
     sarko_error_t end() { return 0; }
 
 private:
@@ -60,7 +72,7 @@ private:
     sarvo_mh_iter_t &ip_;
     Vectors vectors_;
     VEC *r_ = nullptr, *z_ = nullptr, *p_ = nullptr, *q_ = nullptr;
-    double rho_ = 0.0, alpha_ = 0.0;
+    double rho_ = 0.0, alpha_ = 0.0, stretch_ = 0.0;
     bool first_ = true;
 };
 

@@ -16,11 +16,12 @@ public:
 
     [[nodiscard]] sarko_error_t allocate() {
         if (sarko_error_t e = long_.allocate(2, ip_.b->dim)) return e;
-        if (sarko_error_t e = short_.allocate(4, ip_.x->dim)) return e;
+        if (sarko_error_t e = short_.allocate(ip_.Bx ? 5 : 4, ip_.x->dim)) return e;
         u_ = long_[0];
         Av_ = long_[1];
         VEC **const names[] = {&p_, &v_, &w_, &Au_};
         for (uint64_t i = 0; i < 4; i++) *names[i] = short_[i];
+        scratch_ = ip_.Bx ? short_[4] : Au_;
         return 0;
     }
 
@@ -56,6 +57,16 @@ public:
         return 0;
     }
 
+    double size_of_operator() const { return 0.0; } // its solutions of least squares do not run away
+    double length() const { return fabs(along_) * norm(*w_); }
+    sarko_error_t fresh_norm(double *norm_of_gradient) {
+        if (sarko_error_t e = residual(ip_, Av_)) return e; // A v and A' u are no longer needed
+        if (sarko_error_t e = apply(ip_.ATx, ip_.AT_par, Av_, Au_)) return e;
+        if (ip_.Bx)
+            if (sarko_error_t e = precondition(ip_, Au_, scratch_)) return e;
+        *norm_of_gradient = sqrt(inner(*Au_, *scratch_));
+        return 0;
+    }
     void update() {
         add(along_, *w_, *ip_.x);
         add_to_multiple(-turn_, *v_, *w_); // w = v - (theta / rho) w
@@ -84,7 +95,7 @@ private:
 
     sarvo_mh_iter_t &ip_;
     Vectors long_, short_;
-    VEC *u_ = nullptr, *Av_ = nullptr, *p_ = nullptr, *v_ = nullptr, *w_ = nullptr, *Au_ = nullptr;
+    VEC *u_ = nullptr, *Av_ = nullptr, *p_ = nullptr, *v_ = nullptr, *w_ = nullptr, *Au_ = nullptr, *scratch_ = nullptr;
     double alpha_ = 0.0, phi_bar_ = 0.0, rho_bar_ = 0.0, along_ = 0.0, turn_ = 0.0;
 };
 

@@ -55,7 +55,9 @@ public:
         delta_bar_ = -cosine_ * beta_;
         const double gamma = sqrt(gamma_bar * gamma_bar + beta_ * beta_);
         squares_ += alpha * alpha + beta_ * beta_ + old_beta_ * old_beta_;
-        if (gamma <= 4.0 * SarvoDblEps * sqrt(squares_)) return 0; // a singular matrix, x of least squares
+        const double column = sqrt(alpha * alpha + beta_ * beta_); // about |A v|
+        if (column > stretch_) stretch_ = column;
+        if (gamma <= 4.0 * DBL_EPSILON * sqrt(squares_)) return 0; // a singular matrix, x of least squares
         cosine_ = gamma_bar / gamma;
         sine_ = beta_ / gamma;
         phi_ = cosine_ * phi_bar_;
@@ -73,7 +75,16 @@ public:
         return 0;
     }
 
+    double length() const { return fabs(phi_) * norm(*w_); }
+    double size_of_operator() const { return ip_.Bx ? 0.0 : stretch_; } // B A is another matter
     void update() { add(phi_, *w_, *ip_.x); }
+    sarko_error_t fresh_norm(double *norm_of_r) {
+        VEC *const r = older_w_, *const Br = v_; // the next step begins by writing them
+        if (sarko_error_t e = residual(ip_, r)) return e;
+        if (sarko_error_t e = precondition(ip_, r, Br)) return e;
+        *norm_of_r = sqrt(inner(*r, *Br));
+        return 0;
+    }
     sarko_error_t end() { return 0; }
 
 private:
@@ -97,6 +108,7 @@ private:
     VEC *w_ = nullptr, *old_w_ = nullptr, *older_w_ = nullptr;
     double beta_ = 0.0, old_beta_ = 0.0, delta_bar_ = 0.0, epsilon_ = 0.0, cosine_ = -1.0, sine_ = 0.0;
     double phi_ = 0.0, phi_bar_ = 0.0;
+    double stretch_ = 0.0;
     double squares_ = 0.0; // of the elements of the tridiagonal matrix: its size
 };
 

@@ -1,6 +1,7 @@
 // What the solvers share: their vectors, the operators of the record, and the loop around the steps of a method.
 #pragma once
 
+#include <float.h>
 #include <math.h>
 
 #include "record.h"
@@ -87,47 +88,82 @@ inline bool accepted(const sarvo_mh_iter_t &ip, double res) {
     return res == 0.0 || (ip.stop_crit ? ip.stop_crit : stop_relative)(&ip, res) != 0;
 }
 
-// The iterate of the smallest norm met: a copy of it, made at the start of a pass and before x leaves a better place.
-class Best {
+// The iterate of the smallest norm met. The norms that recurrences carry may be far from those of x: on a singular system
+// without a solution they go on falling while x runs away. So x counts as the best by a norm computed afresh alone: at the
+// start of a pass; before a step longer than all the way of the pass up to there; and after an error, where the last
+// iterate and that of the smallest carried norm are looked at.
+template <class Method> class Best {
 public:
-    explicit Best(VEC &x) : x_(x) {}
+    Best(sarvo_mh_iter_t &ip, Method &method) : x_(*ip.x), method_(method) {}
 
-    [[nodiscard]] sarko_error_t allocate() { return copy_.allocate(1, x_.dim); }
-    // The norm of x, computed afresh.
+    [[nodiscard]] sarko_error_t allocate() { return copies_.allocate(2, x_.dim); }
+    // The start of a pass: the norm of x, computed afresh.
     void met(double norm) {
-        current_ = norm;
-        keep_if_better();
+        known_ = true;
+        carried_ = norm;
+        way_ = 0.0;
+        keep_if_better(norm);
     }
-    // x is about to become an iterate of this norm.
-    void leaving_for(double norm) {
-        if (!(norm < current_)) keep_if_better();
-        current_ = norm;
+    // x is about to move by `length` to an iterate whose carried norm is this.
+    [[nodiscard]] sarko_error_t leaving_for(double norm, double length) {
+        if (!known_ && length > way_) {
+            double fresh = 0.0;
+            if (sarko_error_t e = method_.fresh_norm(&fresh)) return e;
+            keep_if_better(fresh);
+        } else if (!known_ && !(norm < carried_) && carried_ < hoped_for_) {
+            copy(x_, *copies_[1]);
+            hoped_for_ = carried_;
+        }
+        moved();
+        way_ += length;
+        carried_ = norm;
+        return 0;
     }
-    void restore() const {
-        if (kept_ < HUGE_VAL && !(current_ <= kept_)) copy(*copy_[0], x_);
+    void moved() { known_ = false; }
+    // x becomes the best of all; A and B are applied to see which it is.
+    void restore() {
+        if (!known_) look_at_x();
+        if (hoped_for_ < kept_) {
+            copy(*copies_[1], x_);
+            look_at_x();
+        }
+        if (kept_ < HUGE_VAL) copy(*copies_[0], x_);
     }
 
 private:
-    void keep_if_better() {
-        if (!(current_ < kept_)) return;
-        copy(x_, *copy_[0]);
-        kept_ = current_;
+    // A norm is believed up to the rounding of b - A x, which is large where x is.
+    void keep_if_better(double fresh) {
+        const double norm = fresh + DBL_EPSILON * method_.size_of_operator() * mh::norm(x_);
+        if (!(norm < kept_)) return;
+        copy(x_, *copies_[0]);
+        kept_ = norm;
+    }
+    void look_at_x() {
+        double fresh = HUGE_VAL;
+        if (sarko_error_t e = method_.fresh_norm(&fresh)) sarko_error_clear(e); // there is an error already
+        else keep_if_better(fresh);
     }
 
     VEC &x_;
-    Vectors copy_;
-    double kept_ = HUGE_VAL, current_ = HUGE_VAL; // norms of the copy and of x
+    Method &method_;
+    Vectors copies_;                                // the best; the one of the smallest carried norm
+    double kept_ = HUGE_VAL, hoped_for_ = HUGE_VAL; // their norms
+    double carried_ = HUGE_VAL, way_ = 0.0;         // the norm of x as it is carried on; the way of this pass
+    bool known_ = false;                            // x has been looked at
 };
 
 // A method has
 //     sarko_error_t begin(double *norm)              a pass: the residual of x, afresh
 //     sarko_error_t step(double *norm, Step *step)   one step, its residual norm carried on by recurrences
 //     void update()                                  x, after a step
+//     double length()                                by how much `update` moves x
+//     sarko_error_t fresh_norm(double *norm)         of x, between `step` and `update` or at the very end
+//     double size_of_operator()                      an estimate of |A| from below by what was multiplied, or 0
 //     sarko_error_t end()                            of a pass: x, where steps do not update it
-//     updates_each_step
+//     updates_each_step                              otherwise without `update` and `length`
 
 // Steps until the norm looks small enough, the pass or the limit ends.
-template <class Method> sarko_error_t make_steps(sarvo_mh_iter_t &ip, Method &method, Best &best) {
+template <class Method> sarko_error_t make_steps(sarvo_mh_iter_t &ip, Method &method, Best<Method> &best) {
     while (ip.steps < ip.limit) {
         double res = 0.0;
         Step step = Step::nothing;
@@ -135,7 +171,7 @@ template <class Method> sarko_error_t make_steps(sarvo_mh_iter_t &ip, Method &me
         if (step == Step::nothing) return 0;
         if (!isfinite(res)) return fail(SarvoMHRangeEC);
         if constexpr (Method::updates_each_step) {
-            best.leaving_for(res);
+            if (sarko_error_t e = best.leaving_for(res, method.length())) return e;
             method.update();
         }
         ip.steps++;
@@ -145,7 +181,7 @@ template <class Method> sarko_error_t make_steps(sarvo_mh_iter_t &ip, Method &me
     return 0;
 }
 
-template <class Method> sarko_error_t make_passes(sarvo_mh_iter_t &ip, Method &method, Best &best) {
+template <class Method> sarko_error_t make_passes(sarvo_mh_iter_t &ip, Method &method, Best<Method> &best) {
     ip.steps = 0;
     for (double before = HUGE_VAL;;) {
         double res = 0.0;
@@ -160,12 +196,13 @@ template <class Method> sarko_error_t make_passes(sarvo_mh_iter_t &ip, Method &m
         if (sarko_error_t e = make_steps(ip, method, best)) return e;
         if (ip.steps == steps) return fail(SarvoNrIterEC);
         if (sarko_error_t e = method.end()) return e;
+        best.moved();
     }
 }
 
 // All passes of a method on a checked record.
 template <class Method> [[nodiscard]] sarko_error_t iterate(sarvo_mh_iter_t &ip, Method &method) {
-    Best best(*ip.x);
+    Best<Method> best(ip, method);
     if (sarko_error_t e = best.allocate()) return e;
     const sarko_error_t e = make_passes(ip, method, best);
     if (e) best.restore();

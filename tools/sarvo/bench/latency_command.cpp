@@ -105,7 +105,6 @@ Plot picture(const Report &report) {
 }
 
 int run_latency(Arguments &a) {
-    start_library();
     check_bench_options(a.output);
     Report report = run_tasks("latency", plan(sizes(a.size), a.reads), a.rounds);
     if (report.all.size() % 2) report.all.pop_back(); // interrupted between the two figures

@@ -144,7 +144,6 @@ Plot picture(const Report &report, const std::vector<Place> &where, const std::v
 }
 
 int run_memory(Arguments &a) {
-    start_library();
     check_bench_options(a.output);
     const std::set<uint32_t> tests = parse_tests(a.tests);
     const std::vector<Place> where = places(a.sizes);

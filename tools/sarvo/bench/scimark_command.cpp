@@ -141,7 +141,6 @@ Plot picture(const Report &report) {
 }
 
 int run_scimark(Arguments &a) {
-    start_library();
     check_bench_options(a.output);
     const std::vector<Kernel> all = kernels(chosen(a), !a.no_monte_carlo);
     if (all.empty()) throw usage_error("every kernel is left out");

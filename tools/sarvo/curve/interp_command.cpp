@@ -109,7 +109,6 @@ private:
 };
 
 int run_interp(const Arguments &a) {
-    start_library();
     check_plot_name(a.plot);
     const Stopwatch watch;
     const std::vector<double> at = places(a);

@@ -10,7 +10,6 @@
 #include "elementary.h"
 #include "errors.h"
 #include "formula/parser.h"
-#include "library.h"
 #include "line/options.h"
 #include "line/subcommands.h"
 #include "numbers.h"
@@ -83,7 +82,6 @@ Curve sample(const Arguments &a, double from, double to) {
 }
 
 int run_sample(const Arguments &a) {
-    start_library();
     const auto from = parse_number(a.from), to = parse_number(a.to);
     if (!from || !to || !std::isfinite(*from) || !std::isfinite(*to))
         throw usage_error("FROM and TO must be finite numbers");

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <new>
 
 namespace command {
@@ -26,23 +25,42 @@ size_t character_begin(std::string_view text, size_t at) {
 
 } // namespace
 
-std::string read_text(const std::string &path) try {
-    const bool standard_input = path == "-";
-    const std::unique_ptr<FILE, void (*)(FILE *)> file(standard_input ? stdin : std::fopen(path.c_str(), "rb"),
-                                                       [](FILE *f) {
-                                                           if (f != stdin) std::fclose(f);
-                                                       });
-    if (!file) throw file_error(path + ": cannot be opened: " + std::strerror(errno));
-    std::string text;
+Source::Source(const std::string &path)
+    : name_(source_name(path)), file_(path == "-" ? stdin : std::fopen(path.c_str(), "rb")) {
+    if (!file_) throw file_error(name_ + ": cannot be opened: " + std::strerror(errno));
+}
+
+size_t Source::read(char *block, size_t size) {
+    const size_t count = std::fread(block, 1, size, file_.get());
+    if (std::ferror(file_.get())) throw file_error(name_ + ": cannot be read: " + std::strerror(errno));
+    return count;
+}
+
+size_t Source::size_of_file() const {
     struct stat status;
-    if (fstat(fileno(file.get()), &status) == 0 && S_ISREG(status.st_mode))
-        text.reserve(static_cast<size_t>(status.st_size));
+    return fstat(fileno(file_.get()), &status) == 0 && S_ISREG(status.st_mode) ? static_cast<size_t>(status.st_size)
+                                                                               : 0;
+}
+
+SourceStream::SourceStream(const std::string &path) : std::istream(this), source_(path), block_(1 << 16) {
+    exceptions(std::ios::badbit); // lets pass what underflow throws
+}
+
+std::streambuf::int_type SourceStream::underflow() {
+    const size_t count = source_.read(block_.data(), block_.size());
+    setg(block_.data(), block_.data(), block_.data() + count);
+    return count == 0 ? std::char_traits<char>::eof() : std::char_traits<char>::to_int_type(block_[0]);
+}
+
+std::string read_text(const std::string &path) try {
+    Source source(path);
+    std::string text;
+    text.reserve(source.size_of_file());
     char block[1 << 16];
-    for (size_t count; (count = std::fread(block, 1, sizeof block, file.get())) > 0;) text.append(block, count);
-    if (std::ferror(file.get())) throw file_error(path + ": cannot be read: " + std::strerror(errno));
+    while (const size_t count = source.read(block, sizeof block)) text.append(block, count);
     return text;
 } catch (const std::bad_alloc &) {
-    throw file_error(path + ": does not fit into memory");
+    throw file_error(source_name(path) + ": does not fit into memory");
 }
 
 std::string printable(std::string_view text) {

@@ -3,13 +3,15 @@
 
 #include <cstdio>
 #include <exception>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <sarvo/sarvo.h>
 
+#include "answer/output.h"
 #include "errors.h"
+#include "library.h"
 #include "line/subcommands.h"
 #include "line/suggest.h"
 #include "numbers.h"
@@ -97,6 +99,16 @@ int complain(const std::string &message, ExitCode code) {
     return code;
 }
 
+// What CLI11 prints, and its exit code; like a result it must arrive.
+int print_text(const std::string &text, ExitCode code) {
+    try {
+        write_out(text);
+    } catch (const Failure &e) {
+        return complain(e.what(), e.code());
+    }
+    return code;
+}
+
 } // namespace
 
 int run(int argc, char **argv) {
@@ -116,10 +128,13 @@ int run(int argc, char **argv) {
     }
     try {
         app.parse(argc, argv);
+        start_library();
         for (const auto &[subcommand, run_it] : runs)
             if (subcommand->parsed()) return run_it();
     } catch (const CLI::Success &e) { // help, version
-        return app.exit(e);
+        std::ostringstream text;
+        const int code = app.exit(e, text, text);
+        return print_text(text.str(), static_cast<ExitCode>(code));
     } catch (const CLI::ParseError &e) {
         const std::string unknown = unknown_word(app, words);
         return complain((unknown.empty() ? std::string(e.what()) : unknown) + "\nsarvo --help shows what there is.",

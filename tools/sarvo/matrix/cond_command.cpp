@@ -64,7 +64,6 @@ void by_factors(const MAT &A, Answer &answer) {
 }
 
 int run_cond(const Arguments &a) {
-    start_library();
     const Stopwatch watch;
     const DenseInput input = read_real_matrix(a.matrix);
     Answer answer;

@@ -45,7 +45,6 @@ double check_by_inverse(const MAT &A, const MAT &forward, double accuracy) {
 }
 
 int run_exp(const Arguments &a) {
-    start_library();
     check_matrix_name(a.output);
     const Stopwatch watch;
     const DenseInput input = read_real_matrix(a.matrix);

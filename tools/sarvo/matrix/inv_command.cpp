@@ -65,7 +65,6 @@ void pseudo_invert(const DenseInput &input, double threshold, Answer &answer, De
 }
 
 int run_inv(const Arguments &a) {
-    start_library();
     check_matrix_name(a.output);
     const Stopwatch watch;
     const DenseInput input = read_real_matrix(a.matrix);

@@ -50,7 +50,6 @@ double orthogonality(const MAT &U, size_t columns) {
 }
 
 int run_svd(const Arguments &a) {
-    start_library();
     const Stopwatch watch;
     const DenseInput input = read_real_matrix(a.matrix);
     const Svd svd = decompose(*typed(input), a.threshold);

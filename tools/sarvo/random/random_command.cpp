@@ -152,7 +152,6 @@ void to_npy(const Arguments &a, const Source &source, Tally &tally) {
 }
 
 int run_random(const Arguments &a) {
-    start_library();
     const Deviate &d = find(a.name);
     const std::vector<double> p = parameters(d, a.words);
     const Source source = open_source(d, p, a.source);

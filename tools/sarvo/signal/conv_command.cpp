@@ -60,7 +60,6 @@ double error_bound(VEC &x, VEC &y, bool periodic) {
 }
 
 int run_conv(const Arguments &a) {
-    start_library();
     if (a.first == "-" && a.second == "-") throw usage_error("only one of X and Y can be standard input");
     const Stopwatch watch;
     const DenseVector x = list(a.first), y = list(a.second);

@@ -90,7 +90,6 @@ void add_checks(Answer &answer, const Complex &x, const Complex &result, bool in
 }
 
 int run_fft(const Arguments &a) {
-    start_library();
     const Stopwatch watch;
     const Complex x = read_complex(a.data);
     Complex result = copy(x);

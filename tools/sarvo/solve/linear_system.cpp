@@ -235,6 +235,7 @@ struct Iteration {
     Doubles diagonal;
     Doubles *history;
     const SolveObserver *observer;
+    const std::string *norm;
 };
 
 sarko_error_t divide(void *par, const VEC *in, VEC *out) {
@@ -282,9 +283,17 @@ void precondition(const SPMAT *A, const std::string &name, bool least_squares, s
     }
 }
 
+// Whose norm the method tests: see sarvo/mh/iterative.h.
+std::string tested_norm(const SolveResult &r) {
+    const bool preconditioned = r.precond != "none" && (r.method == "minres" || r.method == "lsqr");
+    return std::string(r.method == "lsqr" ? "gradient A'r" : "residual") +
+           (preconditioned ? " in the norm of the preconditioner" : "");
+}
+
 void iterate(const SPMAT *A, const Doubles &b, const SolveOptions &options, const SolveObserver &observer,
              SolveResult &result) {
-    Iteration run = {nullptr, {}, &result.history, &observer};
+    result.norm = tested_norm(result);
+    Iteration run = {nullptr, {}, &result.history, &observer, &result.norm};
     sarvo_mh_iter_t *p = nullptr;
     check(sarvo_mh_iter_get(static_cast<int32_t>(b.size()), A->n, &p));
     const IterativeRecord ip(p);
@@ -300,7 +309,7 @@ void iterate(const SPMAT *A, const Doubles &b, const SolveOptions &options, cons
         const auto *r = static_cast<const Iteration *>(record->reserved_1);
         if (r->history->empty()) r->history->push_back(record->init_res);
         r->history->push_back(norm);
-        if (r->observer->step) r->observer->step(record->steps, norm);
+        if (r->observer->step) r->observer->step(record->steps, norm, *r->norm);
     };
     const auto solver = result.method == "cg"       ? sarvo_mh_iter_cg
                         : result.method == "minres" ? sarvo_mh_iter_minres
@@ -311,9 +320,10 @@ void iterate(const SPMAT *A, const Doubles &b, const SolveOptions &options, cons
     result.steps = p->steps;
     result.x.assign(p->x->elems, p->x->elems + p->x->dim);
     result.converged = e == 0;
-    if (!e) result.reason = "the residual fell below " + general(options.tolerance, 6) + " of that of x = 0";
+    if (!e) result.reason = "the " + result.norm + " fell below " + general(options.tolerance, 6) + " of that of x = 0";
     else if (sarko_error_code(e) == SarvoNrIterEC)
-        result.reason = p->steps >= p->limit ? "the limit of steps was reached" : "no step made the residual smaller";
+        result.reason =
+            p->steps >= p->limit ? "the limit of steps was reached" : "no step made the " + result.norm + " smaller";
     else if (sarko_error_code(e) == SarvoMHPosdefEC)
         result.reason = "the matrix or preconditioner is not positive definite";
     else result.reason = sarko_error_message(e);

@@ -15,7 +15,7 @@ struct SolveOptions {
     std::string method = "auto";  // auto chol lu cg minres gmres bicgstab lsqr
     std::string precond = "auto"; // auto none jacobi ich ilu
     std::string order = "auto";   // auto natural rcm amd
-    double tolerance = 1e-10;     // of the residual norm, relative to that of x = 0
+    double tolerance = 1e-10;     // of the norm that the method tests, relative to that of x = 0
     uint32_t max_steps = 0;       // 0: twice the unknowns, at least 1000
     uint32_t restart = 30;        // of gmres
     double threshold = 0.1;       // of the pivots of lu
@@ -26,8 +26,9 @@ struct SolveResult {
     std::string method, choice, order, precond; // choice: why this method; order and precond may be empty
     bool converged = false;
     std::string reason;
+    std::string norm; // of an iterative method: whose norm it makes small and tests
     std::vector<double> x;
-    std::vector<double> history;     // residual norms of an iterative method, that of the start first
+    std::vector<double> history;     // of an iterative method: these norms, that of the start first
     uint32_t steps = 0;              // of an iterative method; of the refinement otherwise
     int64_t factor_entries = 0;      // of a direct method
     double residual = 0.0;           // largest |b - A x|
@@ -40,8 +41,9 @@ struct SolveResult {
 
 // What is told while it works; either may be empty.
 struct SolveObserver {
-    std::function<void(const char *)> phase;    // a part of the work begins
-    std::function<void(uint32_t, double)> step; // after each step of an iterative method: number, residual norm
+    std::function<void(const char *)> phase;                         // a part of the work begins
+    std::function<void(uint32_t, double, const std::string &)> step; // after each step of an iterative method: number,
+                                                                     // norm, and whose
 };
 
 // b without a value: A times the vector of ones. Throws Failure when the system cannot be solved at all; an iteration

@@ -29,6 +29,9 @@ const char *const prose =
     "matrices, minres for symmetric, gmres and bicgstab for any square, lsqr for any shape: it minimises |b - A x|.\n"
     "auto takes chol for symmetric positive definite matrices, lu for other square ones, lsqr for the rest.\n"
     "Orders: natural, rcm (reverse Cuthill-McKee), amd (approximate minimum degree, the default).\n"
+    "Iterative methods stop by the norm of the residual r = b - A x, lsqr by that of the gradient A'r; minres and "
+    "lsqr\n"
+    "with a preconditioner measure in its norm. The answer names it.\n"
     "Preconditioners: none, jacobi (the diagonal), ich and ilu (factors without fill).\n"
     "Exit codes: 0 solved, 1 not solved (the best iterate is printed), 2 usage, 3 bad input, 4 file not readable.\n";
 
@@ -74,12 +77,12 @@ int run_solve(const Arguments &a) {
     Progress progress;
     SolveObserver observer;
     observer.phase = [&](const char *what) { progress.announce(what); };
-    observer.step = [&](uint32_t number, double norm) {
+    observer.step = [&](uint32_t number, double norm, const std::string &name) {
         if (a.history) {
-            if (number == 1) std::fprintf(stderr, "%8s  %s\n", "step", "residual norm");
+            if (number == 1) std::fprintf(stderr, "%8s  norm of the %s\n", "step", name.c_str());
             std::fprintf(stderr, "%8u  %s\n", number, general(norm, 10).c_str());
         } else {
-            progress.show("step " + std::to_string(number) + "  residual norm " + general(norm, 4) + "  " +
+            progress.show("step " + std::to_string(number) + "  norm of the " + name + " " + general(norm, 4) + "  " +
                           general(number / progress.seconds(), 3) + " steps/s");
         }
     };

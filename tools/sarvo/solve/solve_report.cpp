@@ -42,9 +42,10 @@ void add_work(Answer &answer, const SolveResult &r) {
         return;
     }
     answer.fact("preconditioner", "preconditioner", r.precond);
+    answer.fact("norm", "tested norm of", r.norm);
     answer.fact("steps", "steps", whole(r.steps));
     if (r.history.size() > 1)
-        answer.line("residual norms",
+        answer.line("norms",
                     bars(r.history) + "  " + general(r.history.front(), 3) + " to " + general(r.history.back(), 3));
 }
 

@@ -8,7 +8,6 @@
 
 #include "answer/output.h"
 #include "errors.h"
-#include "library.h"
 #include "line/options.h"
 #include "line/subcommands.h"
 #include "line/suggest.h"
@@ -58,7 +57,6 @@ std::vector<double> parse(const std::vector<std::string> &words) {
 }
 
 int run_dist(const Arguments &a) {
-    start_library();
     const Distribution &d = find(a.name);
     const std::vector<double> numbers = parse(a.numbers);
     const size_t count = d.parameters.size();

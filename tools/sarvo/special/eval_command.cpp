@@ -8,7 +8,6 @@
 
 #include "errors.h"
 #include "formula/parser.h"
-#include "library.h"
 #include "line/options.h"
 #include "line/subcommands.h"
 #include "special/special_functions.h"

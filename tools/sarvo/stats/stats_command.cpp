@@ -1,8 +1,4 @@
 // The subcommand stats.
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -54,12 +50,8 @@ size_t column(const Table &header, const std::string &name) {
 
 std::vector<Summary> summarise(const Arguments &a, const std::vector<double> &p) {
     const bool standard_input = a.data == "-";
-    std::ifstream file;
-    if (!standard_input) {
-        file.open(a.data, std::ios::binary);
-        if (!file) throw file_error(a.data + ": cannot be opened: " + std::strerror(errno));
-    }
-    RowReader reader(standard_input ? std::cin : file, source_name(a.data));
+    SourceStream source(a.data);
+    RowReader reader(source, source_name(a.data));
     Table header;
     header.names = reader.names();
     std::vector<size_t> wanted;
@@ -153,7 +145,6 @@ Plot histogram(const std::vector<Summary> &all) {
 }
 
 int run_stats(const Arguments &a) {
-    start_library();
     check_plot_name(a.plot);
     const Stopwatch watch;
     const std::vector<double> p = probabilities(a.quantiles);
