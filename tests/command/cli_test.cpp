@@ -144,8 +144,67 @@ TEST(Command, VerbosePrintsALineForEachIteration) {
     EXPECT_EQ(std::count(answer.err.begin(), answer.err.end(), '\n'), 6);
 }
 
+// M. R. Osborne's (1972) sum of two exponentials: from a far start both rates run away.
+TEST(Command, NeverCallsARunawayStateConverged) {
+    const int thousandths[] = {844, 908, 932, 936, 925, 908, 881, 850, 818, 784, 751, 718, 685, 658, 628, 603, 580,
+                               558, 538, 522, 506, 490, 478, 467, 457, 448, 438, 431, 424, 420, 414, 411, 406};
+    std::string data = "x,y\n";
+    for (int i = 0; i < 33; i++) data += std::to_string(10 * i) + ",0." + std::to_string(thousandths[i]) + "\n";
+    const std::string model = "fit 'y ~ b1 + b2*exp(-x*b4) + b3*exp(-x*b5)' - --format json --start ";
+    const Answer far = sarvo(model + "b1=50,b2=150,b3=-100,b4=1,b5=2", data);
+    EXPECT_EQ(far.exit_code, 1) << far.out;
+    EXPECT_NE(far.out.find("the data do not determine all parameters"), std::string::npos) << far.out;
+    EXPECT_NE(far.out.find("b4"), std::string::npos);
+    EXPECT_NE(far.out.find("Try another --start"), std::string::npos) << far.out;
+    const Answer near = sarvo(model + "b1=0.5,b2=1.5,b3=-1,b4=0.01,b5=0.02", data);
+    EXPECT_EQ(near.exit_code, 0) << near.out;
+    EXPECT_NEAR(number_behind(near.out, "chi_square"), 5.46489469748e-5, 1e-14);
+    // One parameter without any influence at its own scale.
+    const Answer idle = sarvo("fit 'y ~ a + b*x + 1e-30*c*x^2' - --start a=1,b=1,c=1", line);
+    EXPECT_EQ(idle.exit_code, 1) << idle.out;
+    EXPECT_NE(idle.out.find(": c."), std::string::npos) << idle.out;
+}
+
+// Three exponentials without noise but the rounding of the data: chi square cannot show the last steps, and they are
+// not needed.
+TEST(Command, ConvergesWhereRoundingHidesTheRestOfTheDescent) {
+    std::string data = "x,y\n";
+    for (int i = 0; i < 24; i++) {
+        const double x = 0.05 * i;
+        char text[64];
+        std::snprintf(text, sizeof text, "%.2f,%.12e\n", x,
+                      0.0951 * std::exp(-x) + 0.8607 * std::exp(-3 * x) + 1.5576 * std::exp(-5 * x));
+        data += text;
+    }
+    for (const char *start : {"b1=1.2,b2=0.3,b3=5.6,b4=5.5,b5=6.5,b6=7.6", "b1=0.5,b2=0.7,b3=3.6,b4=4.2,b5=4,b6=6.3"}) {
+        const Answer answer = sarvo(
+            std::string("fit 'y ~ b1*exp(-b2*x) + b3*exp(-b4*x) + b5*exp(-b6*x)' - --format json --start ") + start,
+            data);
+        EXPECT_EQ(answer.exit_code, 0) << answer.out;
+        EXPECT_NEAR(number_behind(answer.out, "estimate"), 0.0951, 1e-10);
+    }
+}
+
+TEST(Command, HelpIsAWordToo) {
+    EXPECT_EQ(sarvo("help").out, sarvo("--help").out);
+    EXPECT_EQ(sarvo("help fit").out, sarvo("fit --help").out);
+    EXPECT_EQ(sarvo("help bench memory").out, sarvo("bench memory --help").out);
+    EXPECT_EQ(sarvo("help").exit_code, 0);
+    const Answer unknown = sarvo("help fti");
+    EXPECT_EQ(unknown.exit_code, 2);
+    EXPECT_NE(unknown.err.find("Did you mean 'fit'?"), std::string::npos) << unknown.err;
+}
+
+TEST(Command, SuggestsOnlyWhatIsNear) {
+    for (const char *word : {"xyz", "plot", "mean", "lu"}) {
+        const Answer answer = sarvo(word);
+        EXPECT_EQ(answer.err.find("Did you mean"), std::string::npos) << answer.err;
+    }
+}
+
 TEST(Command, SaysWhenTheDataDoNotDetermineTheParameters) {
     const Answer answer = sarvo("fit 'y ~ a + b + 0*x' - --start a=1,b=1", line);
+    EXPECT_EQ(answer.exit_code, 1);
     EXPECT_NE(answer.out.find("the data do not determine all parameters (rank 1 of 2)"), std::string::npos)
         << answer.out << answer.err;
 }

@@ -145,6 +145,7 @@ TEST(DenseCommands, EndAsTheyShould) {
         {"eig -", "1 6\n2 1\n", 3, "the matrix is not symmetric: 2 in row 2, column 1, 6 opposite"},
         {"exp -", "1 2\n3 x\n", 3, "standard input:2:3: 'x' is not a number"},
         {"exp -", "1e300\n", 1, "the exponential overflows"},
+        {"exp -", "800 800\n800 800\n", 1, "the exponential overflows"}, // to NaN
         {"inv - --output x.bin", symmetric, 2, "does not end in .npy, .mtx, .tsv or .csv"},
         {"inv - --output /nowhere/x.npy", symmetric, 4, "/nowhere/x.npy"},
         {"svd nowhere.npy", "", 4, "nowhere.npy: cannot be opened"},

@@ -86,6 +86,11 @@ TEST(SpecialCommands, AnswerAndRefuse) {
         {"eval 'psi1_int(0)'", 1, "psi1_int(0): Domain error"},
         {"eval 'expmul(1000, 1e-400)'", 2, "1e-400"},
         {"eval 'gamma(-1)'", 1, "gamma(-1): Domain error"},
+        {"eval 'exp(1000)'", 1, "beyond the largest number"},
+        {"eval '0/0'", 1, "0/0: the value is not a number"},
+        {"eval '1+1' 'gamma(-1)' '2*3'", 1, "\n2*3\t6\t"}, // what there is, and the error
+        {"eval '1+1' 'gamma(-1)' '2*3'", 1, "sarvo: gamma(-1): Domain error"},
+        {"eval '1+1' 'gamma(-1)' --format json", 1, "\"reason\": \"gamma(-1): Domain error\""},
         {"eval 'hzeta(2)'", 2, "hzeta takes 2 arguments"},
         {"eval 'psin(2.5, 1)'", 2, "n must be an integer from 0 to 2147483647, not 2.5"},
         {"eval '1 +'", 2, "the expression ends too early"},
@@ -103,7 +108,7 @@ TEST(SpecialCommands, AnswerAndRefuse) {
     for (const auto &row : rows) {
         const Answer answer = sarvo(row.arguments);
         EXPECT_EQ(answer.exit_code, row.code) << row.arguments << answer.out << answer.err;
-        EXPECT_NE((row.code == 0 ? answer.out : answer.err).find(row.text), std::string::npos)
+        EXPECT_NE((row.code == 0 ? answer.out : answer.out + answer.err).find(row.text), std::string::npos)
             << row.arguments << answer.out << answer.err;
     }
 }

@@ -51,7 +51,7 @@ const char *const footer =
     "Answers come as a table on a terminal, as tab-separated values in a pipe, or as --format says. Exit codes: 0 "
     "done,\n"
     "1 numerical failure, 2 usage, 3 bad input, 4 file not readable or writable, 130 interrupted.\n"
-    "sarvo SUBCOMMAND --help tells more.\n"
+    "More of a subcommand: sarvo help SUBCOMMAND, or sarvo SUBCOMMAND --help.\n"
     "\n"
     "Examples:\n"
     "  sarvo fit 'y ~ a + b*x' data.csv --start a=1,b=1\n"
@@ -121,13 +121,19 @@ int run(int argc, char **argv) {
         CLI::App *added = app.add_subcommand(s.name, s.description);
         runs.emplace_back(added, s.add(*added));
     }
-    const std::vector<std::string> words(argv + 1, argv + argc);
+    std::vector<std::string> words(argv + 1, argv + argc);
     if (words.empty()) {
         std::fputs(app.help().c_str(), stderr);
         return exit_usage;
     }
+    if (words[0] == "help") { // help bench memory is bench memory --help
+        words.erase(words.begin());
+        const std::string unknown = unknown_word(app, words);
+        if (!unknown.empty()) return complain(unknown + "\nsarvo --help shows what there is.", exit_usage);
+        words.emplace_back("--help");
+    }
     try {
-        app.parse(argc, argv);
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend())); // it takes them from the end
         start_library();
         for (const auto &[subcommand, run_it] : runs)
             if (subcommand->parsed()) return run_it();

@@ -114,12 +114,13 @@ int run_eval(const Arguments &a) {
     }
 
     // The values that there are come to standard output, whatever became of the others.
-    answer.grid("values", "",
-                {{"expression", "expression"},
-                 {"value", "value", 0, true},
-                 {"error", "error estimate", 2},
-                 {"relative", "relative", 2},
-                 {"sign", "sign of Gamma"}})
+    answer
+        .grid("values", "",
+              {{"expression", "expression"},
+               {"value", "value", 0, true},
+               {"error", "error estimate", 2},
+               {"relative", "relative", 2},
+               {"sign", "sign of Gamma"}})
         .rows = values.rows;
     if (!errors.rows.empty()) {
         Grid &grid = answer.grid("errors", "without a value", {{"expression", "expression"}, {"reason", "reason"}});
