@@ -250,4 +250,37 @@ TEST(Command, SaysThatTheResultCouldNotBeWritten) {
     EXPECT_EQ(file.exit_code, 4) << file.err;
 }
 
+// A file gets its name when all of it is there: neither a failure nor a signal leaves a part of it.
+TEST(Command, LeavesNoPartOfAFile) {
+    const std::string folder = testing::TempDir() + "sarvo_output_" + std::to_string(getpid());
+    const auto shell = [](const std::string &script) { return std::system(script.c_str()); };
+    const auto files = [&] {
+        shell("ls " + folder + " >" + folder + ".list");
+        const std::string list = slurp(folder + ".list");
+        std::remove((folder + ".list").c_str());
+        return list;
+    };
+    ASSERT_EQ(shell("mkdir " + folder), 0);
+    // Ended by a signal in the middle.
+    const std::string path = folder + "/numbers.npy";
+    shell("timeout -s INT 0.2 " SARVO_COMMAND_PATH " random normal 400000000 --seed 1 --output " + path +
+          " 2>/dev/null");
+    EXPECT_EQ(files(), "");
+    // A file that is too large for the limit of the shell.
+    const Answer limited = sarvo("inv - --output " + folder + "/inverse.csv", "2,1\n1,1\n");
+    EXPECT_EQ(limited.exit_code, 0);
+    EXPECT_EQ(files(), "inverse.csv\n");
+    const std::string before = slurp(folder + "/inverse.csv");
+    shell("(ulimit -f 1; " SARVO_COMMAND_PATH " random normal 100000 --seed 1 --output " + folder +
+          "/inverse.csv) 2>/dev/null");
+    EXPECT_EQ(files(), "inverse.csv\n");
+    EXPECT_EQ(slurp(folder + "/inverse.csv"), before) << "what had the name stays";
+    // A link stays a link.
+    ASSERT_EQ(shell("ln -s inverse.csv " + folder + "/link.csv"), 0);
+    EXPECT_EQ(sarvo("inv - --output " + folder + "/link.csv", "4,0\n0,4\n").exit_code, 0);
+    EXPECT_EQ(slurp(folder + "/inverse.csv"), "0.25,0\n0,0.25\n");
+    EXPECT_EQ(files(), "inverse.csv\nlink.csv\n");
+    shell("rm -r " + folder);
+}
+
 } // namespace

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -303,37 +302,28 @@ std::string header_text(std::span<const uint64_t> shape, bool complex) {
 } // namespace
 
 NpyWriter::NpyWriter(const std::string &path, std::span<const uint64_t> shape, bool complex)
-    : name_(path == "-" ? "standard output" : path), missing_(product(shape)) {
+    : file_(path), missing_(product(shape)) {
     if (__builtin_mul_overflow(missing_, complex ? 2u : 1u, &missing_))
         throw file_error("the array is too large for a .npy file");
-    file_.reset(path == "-" ? stdout : std::fopen(path.c_str(), "wb"));
-    if (!file_) throw file_error(name_ + ": cannot be written: " + std::strerror(errno));
     const std::string header = header_text(shape, complex);
-    put(header.data(), header.size());
-}
-
-void NpyWriter::put(const void *data, size_t size) {
-    if (std::fwrite(data, 1, size, file_.get()) != size)
-        throw file_error(name_ + ": cannot be written: " + std::strerror(errno));
+    file_.write(header.data(), header.size());
 }
 
 void NpyWriter::write(std::span<const double> block) {
     if (block.size() > missing_) throw std::logic_error("more numbers than announced");
     missing_ -= block.size();
     if constexpr (std::endian::native == std::endian::little) {
-        put(block.data(), block.size_bytes());
+        file_.write(block.data(), block.size_bytes());
     } else {
         std::vector<double> swapped;
         for (const double &x : block) swapped.push_back(load<double>(reinterpret_cast<const char *>(&x), true));
-        put(swapped.data(), block.size_bytes());
+        file_.write(swapped.data(), block.size_bytes());
     }
 }
 
 void NpyWriter::finish() {
     if (missing_ > 0) throw std::logic_error("fewer numbers than announced");
-    FILE *file = file_.release();
-    if ((file == stdout ? std::fflush(file) : std::fclose(file)) != 0)
-        throw file_error(name_ + ": cannot be written: " + std::strerror(errno));
+    file_.finish();
 }
 
 void write_npy(const std::string &path, std::span<const uint64_t> shape, std::span<const double> numbers,

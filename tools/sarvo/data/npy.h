@@ -8,13 +8,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "answer/output.h"
 #include "errors.h"
 
 namespace command {
@@ -69,18 +69,10 @@ public:
     NpyWriter(const std::string &path, std::span<const uint64_t> shape, bool complex = false);
 
     void write(std::span<const double> block);
-    void finish(); // flushes and closes; all numbers that the shape announces must have been written
+    void finish(); // completes the file (OutputFile); all numbers that the shape announces must have been written
 
 private:
-    struct Close {
-        void operator()(FILE *file) const {
-            if (file != stdout) std::fclose(file);
-        }
-    };
-    void put(const void *data, size_t size);
-
-    std::string name_;
-    std::unique_ptr<FILE, Close> file_;
+    OutputFile file_;
     uint64_t missing_; // doubles still to come
 };
 
