@@ -97,7 +97,6 @@ const Case cases[] = {
      [](Operands &o) { return sarvo_mh_v_linlist(&o.v.p, o.x.p, 2.0, o.y.p, 3.0, static_cast<VEC *>(nullptr)); }},
     {"in_prod refused", [](Operands &o) { return sarvo_mh_in_prod_(o.x.p, o.y.p, 4, &o.number); }},
     {"v_sort with order", [](Operands &o) { return sarvo_mh_v_sort(o.sorted.p, &o.q.p); }},
-    {"v_sort of many", [](Operands &o) { return sarvo_mh_v_sort(o.long_x.p, nullptr); }},
     {"px_inv", [](Operands &o) { return sarvo_mh_px_inv(o.p.p, &o.q.p); }},
     {"px_mlt", [](Operands &o) { return sarvo_mh_px_mlt(o.p.p, o.identity.p, &o.q.p); }},
     {"px_sign", [](Operands &o) { return sarvo_mh_px_sign(o.p.p, &o.sign); }},
