@@ -158,9 +158,9 @@ SARVO_API sarko_error_t sarvo_lsq_iterate_init(const sarvo_vector *x0, sarvo_lsq
  * A rejected trial restores x and r bit for bit and keeps the step; a trial whose chisq is NaN is rejected.
  * Errors, in order: lsq null: SarvoNullEC; method not 1: SarvoLsqInvalidSetupEC; storage not allocated or iteration not
  * initialised (both bits), or an object that is missing or of another length than npar and ndata ask for:
- * SarvoLsqInitEC "LS iteration has not been initialized."; model null, or weight_kind without weights for ndata: SarvoLsqInvalidSetupEC;
- * the allocator's; the model's, the decomposition's, the callbacks'. Then x and r are those of the last accepted
- * state. */
+ * SarvoLsqInitEC "LS iteration has not been initialized."; model null, or weight_kind without weights for ndata:
+ * SarvoLsqInvalidSetupEC; the allocator's; the model's, the decomposition's, the callbacks'. Then x and r are those of
+ * the last accepted state. */
 SARVO_API sarko_error_t sarvo_lsq_iterate(sarvo_lsq *lsq);
 
 /* Judges the last iteration; returns the number of criteria met (0, 1 or 2) and sets the two flag bits.
