@@ -129,13 +129,14 @@ SARVO_API sarko_error_t sarvo_lsq_init_default(sarvo_lsq *lsq);
 
 /* Makes J, alpha, beta, step, r and the decomposition for the problem size; a second call resizes them. The
  * decomposition's threshold is set to 0, so that a damped matrix is never cut off. Sets SARVO_LSQ_ALLOCATED and leaves
- * the other flags; x and chisq stay as they are: another npar asks for a new iterate_init, and other data do for a chisq
- * of theirs; weights stay, but must be given anew for another ndata. After a failure the storage counts as not allocated.
+ * the other flags. x and chisq stay: another npar asks for a new iterate_init, and other data do for a chisq of theirs;
+ * weights stay, but must be given anew for another ndata. After a failure the storage counts as not allocated.
  * Wrap: "Cannot allocate LS.". Errors, in order: lsq null: SarvoNullEC; npar and ndata are stored; model_kind, solver
  * or method not 1: SarvoLsqInvalidSetupEC; the allocator's. */
 SARVO_API sarko_error_t sarvo_lsq_alloc(uint32_t npar, uint32_t ndata, sarvo_lsq *lsq);
 
-/* Frees all objects inside the record and clears SARVO_LSQ_ALLOCATED; null is allowed. Settings and other flags stay. */
+/* Frees all objects inside the record and clears SARVO_LSQ_ALLOCATED; null is allowed. Settings and the other flags
+ * stay. */
 SARVO_API void sarvo_lsq_free(sarvo_lsq *lsq);
 
 /* Copies weights into the record: w (ndata doubles, weight of the squared residual: 1 / variance) or W (ndata x ndata,

@@ -99,9 +99,9 @@ SARVO_API sarko_error_t sarvo_mh_sprow_get(int32_t maxlen, SPROW **out);
 SARVO_API int32_t sarvo_mh_sprow_free(SPROW *row);
 
 /* Growth. *row null: a record is made first. No array: n zeroed entries, len 0. Else room for newlen = n entries if
- * len < n, max(2 len + 1, 10) if not: in an array that is large enough the entries after len are zeroed; one that is too
- * small is reallocated to newlen, where all maxlen entries stay and new ones are zeroed. len becomes newlen: the caller
- * fills the tail and sets len back to what it used.
+ * len < n, max(2 len + 1, 10) if not: in an array that is large enough the entries after len are zeroed; one that is
+ * too small is reallocated to newlen, where all maxlen entries stay and new ones are zeroed. len becomes newlen: the
+ * caller fills the tail and sets len back to what it used.
  * Errors: the allocator's (a negative n without an array is more than it can give); the row is as before. */
 SARVO_API sarko_error_t sarvo_mh_sprow_xpd(SPROW **row, int32_t n);
 
