@@ -2,9 +2,9 @@
  *
  * Results come back through pointers: the value, which must not be null, and an estimate of its absolute error, which
  * may be null (it is not stored then). The estimate accounts for the rounding of the formula's own terms, not for a
- * rounded argument; the products and sums of its formulas are grouped from left to right. Where a sign is reported (+1.0
- * or -1.0) its pointer may be null, too. eps below is SarvoDblEps; call sarvo_initialize first. After an error nothing
- * is written unless stated. NaN gives NaN and success.
+ * rounded argument; the products and sums of its formulas are grouped from left to right. Where a sign is reported
+ * (+1.0 or -1.0) its pointer may be null, too. eps below is SarvoDblEps; call sarvo_initialize first. After an error
+ * nothing is written unless stated. NaN gives NaN and success.
  *
  *     #include <sarvo/specfunc.h>
  *     int main(void) {
@@ -46,8 +46,8 @@ typedef struct sarvo_cheb_series {
  * error = eps (sum over the steps of |2y d| + |dd| + |c_j|) + |c[order]|. */
 SARVO_API sarko_error_t cheb_eval_e(const sarvo_cheb_series *series, double *value, double *error, double x);
 
-/* exp(x) y, with absolute errors dx of x and dy of y carried on. y = 0: value 0, error |dy exp(x)|. For x within half of
- * SarvoDblLnXmin .. SarvoDblLnXmax and 1.2 SarvoDblSqrtXmin < |y| < 0.8 SarvoDblSqrtXmax, with ex = exp(x):
+/* exp(x) y, with absolute errors dx of x and dy of y carried on. y = 0: value 0, error |dy exp(x)|. For x within half
+ * of SarvoDblLnXmin .. SarvoDblLnXmax and 1.2 SarvoDblSqrtXmin < |y| < 0.8 SarvoDblSqrtXmax, with ex = exp(x):
  *     value = y ex,  error = ex (|dx y| + |dy|) + 2 eps |value|
  * Others are formed from M = floor x, N = floor ln|y|, E = exp(M + N), R = exp((x - M) + (ln|y| - N)):
  *     value = +-E R,  error = 2 eps E R + |dx| E R + |dy/y| E R
