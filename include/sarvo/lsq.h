@@ -128,14 +128,15 @@ struct sarvo_lsq {
 SARVO_API sarko_error_t sarvo_lsq_init_default(sarvo_lsq *lsq);
 
 /* Makes J, alpha, beta, step, r and the decomposition for the problem size; a second call resizes them. The
- * decomposition's threshold is set to 0, so that a damped matrix is never cut off. Forgets an earlier iterate_init;
+ * decomposition's threshold is set to 0, so that a damped matrix is never cut off. Sets SARVO_LSQ_ALLOCATED and leaves
+ * the other flags. x and chisq stay: another npar asks for a new iterate_init, and other data do for a chisq of theirs;
  * weights stay, but must be given anew for another ndata. After a failure the storage counts as not allocated.
  * Wrap: "Cannot allocate LS.". Errors, in order: lsq null: SarvoNullEC; npar and ndata are stored; model_kind, solver
  * or method not 1: SarvoLsqInvalidSetupEC; the allocator's. */
 SARVO_API sarko_error_t sarvo_lsq_alloc(uint32_t npar, uint32_t ndata, sarvo_lsq *lsq);
 
-/* Frees all objects inside the record and clears SARVO_LSQ_ALLOCATED and SARVO_LSQ_INITIALISED; null is allowed. The
- * settings stay. */
+/* Frees all objects inside the record and clears SARVO_LSQ_ALLOCATED; null is allowed. Settings and the other flags
+ * stay. */
 SARVO_API void sarvo_lsq_free(sarvo_lsq *lsq);
 
 /* Copies weights into the record: w (ndata doubles, weight of the squared residual: 1 / variance) or W (ndata x ndata,
@@ -156,18 +157,19 @@ SARVO_API sarko_error_t sarvo_lsq_iterate_init(const sarvo_vector *x0, sarvo_lsq
  * Sums ascend over the data, one running sum from +0 each; in the products terms whose left factor is zero are left
  * out. chisq = sum r_i r_i, sum w_i (r_i r_i), or sum_j t_j r_j with t_j = sum_i r_i W(i,j).
  * A rejected trial restores x and r bit for bit and keeps the step; a trial whose chisq is NaN is rejected.
- * Errors, in order: lsq null: SarvoNullEC; method not 1: SarvoLsqInvalidSetupEC; not initialised: SarvoLsqInitEC "LS
- * iteration has not been initialized."; model null, or weight_kind without weights for ndata: SarvoLsqInvalidSetupEC;
- * the allocator's; the model's, the decomposition's, the callbacks'. Then x and r are those of the last accepted
- * state. */
+ * Errors, in order: lsq null: SarvoNullEC; method not 1: SarvoLsqInvalidSetupEC; storage not allocated or iteration not
+ * initialised (both bits), or an object that is missing or of another length than npar and ndata ask for:
+ * SarvoLsqInitEC "LS iteration has not been initialized."; model null, or weight_kind without weights for ndata:
+ * SarvoLsqInvalidSetupEC; the allocator's; the model's, the decomposition's, the callbacks'. Then x and r are those of
+ * the last accepted state. */
 SARVO_API sarko_error_t sarvo_lsq_iterate(sarvo_lsq *lsq);
 
 /* Judges the last iteration; returns the number of criteria met (0, 1 or 2) and sets the two flag bits.
  * step: s_i = |step_i| / (|x_i| + tolx) <= tolx for all i; step_max, step_rms = largest and root mean square of s.
  * gradient: g_i = 2 beta_i max(|x_i|, 1); grad_max, grad_rms = largest and root mean square of |g|, over max(chisq, 1);
  * grad_max <= tolg.
- * A NaN never counts as met. npar = 0 meets both (the rms are NaN). Before the first iterate_init, and for null, the
- * result is 0. */
+ * A NaN never counts as met. npar = 0 meets both (the rms are NaN). The result is 0 for null and wherever
+ * sarvo_lsq_iterate would give SarvoLsqInitEC; both bits are then cleared and the figures stay. */
 SARVO_API int32_t sarvo_lsq_convtest(sarvo_lsq *lsq);
 
 /* *covar = pseudo-inverse of alpha (npar x npar), decomposed afresh with a derived threshold; V and w are copied into

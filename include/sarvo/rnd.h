@@ -12,18 +12,31 @@
  * initialised. Shapes and degrees of freedom are finite and above 0.
  *
  * Method: ln Gamma by sarvo_lngamma_stirling, Gauss's continued fraction for the incomplete beta function, series and
- * continued fraction for the incomplete gamma function, each until a convergent (partial sum) repeats; some sqrt(shape)
- * to 10 sqrt(shape) steps. Accuracy, both tails: docs/accuracy.md. A probability that is formed as 1 minus the other
+ * continued fraction for the incomplete gamma function, each until a convergent (partial sum) repeats; up to some
+ * 10 sqrt(shape) steps. Accuracy, both tails: docs/accuracy.md. A probability that is formed as 1 minus the other
  * tail is good to 2^-53 absolutely, not relatively. exp and log are the platform's; everything else is fixed, operation
  * by operation.
  *
  * The inverses return the last midpoint of a plain bisection on the computed function, bit for bit, but evaluate it at
  * some ten of its midpoints only: far from the root a bound on the function's error decides.
  *
- * What does not end in the plain loops ends here: NaN arguments, and infinite ones in the series' place, give NaN;
- * where the fraction for the beta function flickers between neighbours (a shape below 1, x or 1 - x below 1e-9 or so)
- * it stops after 100000 steps when its last change is within 2^-52 relatively. Shapes above 10^12 take more than 10^6
- * steps, without a cap.
+ * Every call answers within a second, whatever its arguments. The plain loops are given up after 2^26 terms of a series
+ * (2^22 for shapes above 2^900) and 2^24 steps of a fraction (2^20 for x above 2^900): some 0.3 s. Then
+ * - gamma functions of shapes from 10^8 on come from the uniform expansion in eta, eta^2 / 2 = x/a - 1 - ln(x/a) (Temme,
+ *   1979): half of Q(1/2, a eta^2 / 2) and one correction, within 10^-10 relatively; of smaller shapes, where x is far
+ *   below a + 1, a fraction is 1 minus the series;
+ * - beta functions with a shape from 2^30 on come from the like for two shapes from 10^5 on (Temme, 1982), otherwise
+ *   from the gamma function of the smaller shape at -T ln of the argument that belongs to the larger one, T the larger
+ *   shape plus half of (the smaller minus 1): within 10^-6 relatively, mostly 10^-9; of smaller shapes, where x is far
+ *   above (a+1)/(a+b+2), a fraction is 1 minus that of the other tail.
+ * The inverses bisect these functions from the start for gamma shapes above 10^8 (beside the mean) and beta shapes
+ * above 2^30 (on [0, 1]), where the plain way would take from seconds to centuries. The plain loops of such shapes, as
+ * long as they end, lose digits: their exponent takes its errors from logarithms of the size x ln x.
+ * Also, NaN arguments, arguments that make the front factor NaN and infinite ones in the series' place give NaN. Where
+ * a fraction flickers between neighbours (a shape below 1, x or 1 - x below 1e-9 or so) the one for the beta function
+ * stops after 100000 steps, that for the gamma function after 10^7, when its last change is within 2^-52 relatively. In
+ * rounding modes other than to nearest, and where subnormal numbers are flushed to zero, everything ends as well, with
+ * no promise of bits: fractions after 100 steps when the change is within 2^-48.
  *
  * Threads: everything is pure.
  */
@@ -41,7 +54,8 @@ SARVO_API double sarvo_rnd_gauss_df(double x, double sigma);
 
 /* ---- Beta: I_x(a, b), shapes a and b ---- */
 
-/* x^a (1-x)^b / (a B(a,b)) times the continued fraction: I_x(a, b), for 0 < x < (a+1)/(a+b+2). */
+/* x^a (1-x)^b / (a B(a,b)) times the continued fraction: I_x(a, b), for 0 < x < (a+1)/(a+b+2). NaN for x outside of
+ * [0, 1]. */
 SARVO_API double sarvo_rnd_betadf_fraction(double a, double b, double x);
 /* P(X <= x): 0 for x <= 0, 1 for x >= 1; the fraction at (a, b, x) below (1+a)/(a+b+2), else 1 minus that at (b, a,
  * 1-x). */
@@ -75,8 +89,8 @@ SARVO_API double sarvo_rnd_gammadf_fraction(double a, double x);
 /* P(a, x): 0 for x <= 0; the series below a + 1, else 1 - Q(a, x). */
 SARVO_API double sarvo_rnd_gammadf_value(double a, double x);
 /* x with P(a, x) = p: by bisection between n - 1 and n, the first n = 1, 2, ... with P(a, n) >= p. 0 for p <= 0. p = 1
- * gives an x from which on P rounds to 1; +infinity for p > 1, where the search has no end, and where no n up to 2^53
- * is enough. */
+ * gives an x from which on P rounds to 1; +infinity for p > 1, where the search has no end. Shapes above 10^8: between
+ * a (1 - 2^-6) and a (1 + 2^-6), see above. */
 SARVO_API double sarvo_rnd_gammadf_inv(double a, double p);
 SARVO_API double sarvo_rnd_chi2df(double k, double x);     /* sarvo_rnd_gammadf_value(k/2, x/2) */
 SARVO_API double sarvo_rnd_chi2df_inv(double k, double p); /* 2 sarvo_rnd_gammadf_inv(k/2, p) */

@@ -2,8 +2,9 @@
  *
  * Results come back through pointers: the value, which must not be null, and an estimate of its absolute error, which
  * may be null (it is not stored then). The estimate accounts for the rounding of the formula's own terms, not for a
- * rounded argument. Where a sign is reported (+1.0 or -1.0) its pointer may be null, too. eps below is SarvoDblEps;
- * call sarvo_initialize first. After an error nothing is written unless stated. NaN gives NaN and success.
+ * rounded argument; the products and sums of its formulas are grouped from left to right. Where a sign is reported
+ * (+1.0 or -1.0) its pointer may be null, too. eps below is SarvoDblEps; call sarvo_initialize first. After an error
+ * nothing is written unless stated. NaN gives NaN and success.
  *
  *     #include <sarvo/specfunc.h>
  *     int main(void) {
@@ -45,8 +46,11 @@ typedef struct sarvo_cheb_series {
  * error = eps (sum over the steps of |2y d| + |dd| + |c_j|) + |c[order]|. */
 SARVO_API sarko_error_t cheb_eval_e(const sarvo_cheb_series *series, double *value, double *error, double x);
 
-/* exp(x) y, with absolute errors dx of x and dy of y carried on. y = 0: value 0, error |dy exp(x)|. Products that leave
- * the comfortable range are formed as exp(floor x + floor ln|y|) times the exponential of the rest.
+/* exp(x) y, with absolute errors dx of x and dy of y carried on. y = 0: value 0, error |dy exp(x)|. For x within half
+ * of SarvoDblLnXmin .. SarvoDblLnXmax and 1.2 SarvoDblSqrtXmin < |y| < 0.8 SarvoDblSqrtXmax, with ex = exp(x):
+ *     value = y ex,  error = ex (|dx y| + |dy|) + 2 eps |value|
+ * Others are formed from M = floor x, N = floor ln|y|, E = exp(M + N), R = exp((x - M) + (ln|y| - N)):
+ *     value = +-E R,  error = 2 eps E R + |dx| E R + |dy/y| E R
  * Errors: ln of the product above SarvoDblLnXmax - 0.01: SarvoOverflowEC; below SarvoDblLnXmin + 0.01:
  * SarvoUnderflowEC. */
 SARVO_API sarko_error_t sarvo_exp_mult_err_e(double *value, double *error, double x, double dx, double y, double dy);
@@ -104,7 +108,9 @@ SARVO_API sarko_error_t sarvo_psi1_int_e(int32_t n, double *value, double *error
 
 /* psi(x), the derivative of ln |Gamma|: Chebyshev series on [1, 2] with shifts for |x| < 2, the asymptotic form with
  * reflection beyond. Errors: x = 0, -1, -2 SarvoDomainEC. At -3, -4, ... the formula stands as it is: pi x is no
- * multiple of pi, so the result is finite, huge and of no meaning. */
+ * multiple of pi, so the result is finite, huge and of no meaning.
+ * error = that of the series, + |x| pi eps / (s s) for x <= -2, s = sin(pi x), or + |1/(x + k)| eps for each term that
+ * was subtracted, k = 0, 1, 2 in turn, + |value| eps. */
 SARVO_API sarko_error_t sarvo_psi_e(double x, double *value, double *error);
 
 /* psi'(x): zeta(2, x) for x > 0, shifted from (-5, 0], reflected from -5 down. Errors: x = 0, -1, -2, -3, -4

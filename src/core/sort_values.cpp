@@ -71,27 +71,24 @@ bool copy_as_keys(const double *x, uint64_t n, uint64_t *keys, const Buckets &le
     return !nan && !(plus_zero && minus_zero);
 }
 
-// *sorted is false, and x untouched, when the sorted sequence is not unique.
-sarko_error_t radix_sort(double *x, uint64_t n, bool *sorted) {
-    Buffer<uint64_t> work;
-    if (sarko_error_t e = work.allocate_unset(n + digits * buckets)) return e;
-    const Buckets leading = {work.get() + n, leading_shift}, trailing = {work.get() + n, 0};
+// False, and x untouched, when the sorted sequence is not unique. Scratch of n + digits * buckets.
+bool radix_sort(double *x, uint64_t n, uint64_t *work) {
+    const Buckets leading = {work + n, leading_shift}, trailing = {work + n, 0};
     leading.clear();
-    *sorted = copy_as_keys(x, n, work.get(), leading);
-    if (!*sorted) return 0;
+    if (!copy_as_keys(x, n, work, leading)) return false;
     Bits *keys = reinterpret_cast<Bits *>(x);
-    leading.sort(work.get(), keys, n);
+    leading.sort(work, keys, n);
     for (uint64_t first = 0, end; first < n; first = end) {
         end = first + 1;
         while (end < n && keys[end] >> leading_shift == keys[first] >> leading_shift) end++;
         if (end - first >= worth_radix) {
             trailing.clear();
             for (uint64_t i = first; i < end; i++) trailing.add(work[i] = keys[i]);
-            trailing.sort(work.get() + first, keys + first, end - first);
+            trailing.sort(work + first, keys + first, end - first);
         } else if (end - first > 1) std::sort(keys + first, keys + end);
         for (uint64_t i = first; i < end; i++) keys[i] = to_bits(keys[i]);
     }
-    return 0;
+    return true;
 }
 
 bool has_total_order(const double *x, uint64_t n) {
@@ -105,13 +102,17 @@ bool has_total_order(const double *x, uint64_t n) {
 
 } // namespace
 
-sarko_error_t sort_values(double *x, uint64_t n, bool *sorted) {
-    *sorted = n < 2;
-    if (*sorted) return 0;
-    if (n >= worth_radix) return radix_sort(x, n, sorted);
-    *sorted = has_total_order(x, n);
-    if (*sorted) std::sort(x, x + n);
-    return 0;
+bool sort_values(double *x, uint64_t n) {
+    if (n < 2) return true;
+    if (n >= worth_radix) {
+        Buffer<uint64_t> work;
+        const sarko_error_t e = work.allocate_unset(n + digits * buckets);
+        if (!e) return radix_sort(x, n, work.get());
+        sarko_error_clear(e); // sorted in place as few would be
+    }
+    if (!has_total_order(x, n)) return false;
+    std::sort(x, x + n);
+    return true;
 }
 
 } // namespace sarvo

@@ -13,6 +13,15 @@ namespace {
 
 constexpr double first_lambda = 0.01;
 
+// Storage allocated, iteration initialised, and the objects of the present problem's lengths: neither bit is cleared
+// when the problem gets another size.
+bool is_initialised(const sarvo_lsq &lsq) {
+    constexpr uint32_t both = SARVO_LSQ_ALLOCATED | SARVO_LSQ_INITIALISED;
+    const uint64_t npar = lsq.npar, ndata = lsq.ndata;
+    return (lsq.flags & both) == both && holds(lsq.x, npar) && holds(lsq.step, npar) && holds(lsq.beta, npar) &&
+           holds(lsq.r, ndata) && holds(lsq.J, ndata, npar) && holds(lsq.alpha, npar, npar) && lsq.svd;
+}
+
 sarko_error_t start(const sarvo_vector *x0, sarvo_lsq *lsq) {
     if (!x0 || !lsq) return fail(SarvoNullEC);
     if (!(lsq->flags & SARVO_LSQ_ALLOCATED)) return fail(SarvoLsqInitEC);
@@ -164,7 +173,7 @@ sarko_error_t sarvo_lsq_iterate_init(const sarvo_vector *x0, sarvo_lsq *lsq) {
 sarko_error_t sarvo_lsq_iterate(sarvo_lsq *lsq) {
     if (!lsq) return fail(SarvoNullEC);
     if (lsq->method != 1) return fail(SarvoLsqInvalidSetupEC);
-    if (!(lsq->flags & SARVO_LSQ_INITIALISED)) return fail(SarvoLsqInitEC, "LS iteration has not been initialized.");
+    if (!is_initialised(*lsq)) return fail(SarvoLsqInitEC, "LS iteration has not been initialized.");
     if (sarko_error_t e = check_setup(*lsq)) return e;
     Workspace work;
     if (sarko_error_t e = work.allocate(*lsq)) return e;
@@ -180,7 +189,7 @@ sarko_error_t sarvo_lsq_iterate(sarvo_lsq *lsq) {
 int32_t sarvo_lsq_convtest(sarvo_lsq *lsq) {
     if (!lsq) return 0;
     lsq->flags &= ~static_cast<uint32_t>(SARVO_LSQ_STEP_MET | SARVO_LSQ_GRAD_MET);
-    if (lsq->npar > 0 && !(lsq->x && lsq->step && lsq->beta)) return 0; // nothing to judge
+    if (!is_initialised(*lsq)) return 0; // nothing to judge
     const bool step_met = step_is_small(*lsq);
     const bool gradient_met = gradient_is_small(*lsq);
     if (step_met) lsq->flags |= SARVO_LSQ_STEP_MET;

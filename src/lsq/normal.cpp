@@ -62,11 +62,6 @@ double chi_square(const sarvo_lsq &lsq, const Workspace &work) {
     return sum;
 }
 
-bool holds(const sarvo_vector *v, uint64_t length) { return v && v->dtype == SARVO_DOUBLE && v->length == length; }
-bool holds(const sarvo_matrix *m, uint64_t order) {
-    return m && m->dtype == SARVO_DOUBLE && m->rows == order && m->cols == order;
-}
-
 } // namespace
 
 sarko_error_t Workspace::allocate(const sarvo_lsq &lsq) {
@@ -97,7 +92,7 @@ void Workspace::restore(const sarvo_lsq &lsq) const {
 sarko_error_t check_setup(const sarvo_lsq &lsq) {
     const bool weights_fit = lsq.weight_kind == no_weights ||
                              (lsq.weight_kind == vector_weights && holds(lsq.weight_vector, lsq.ndata)) ||
-                             (lsq.weight_kind == matrix_weights && holds(lsq.weight_matrix, lsq.ndata));
+                             (lsq.weight_kind == matrix_weights && holds(lsq.weight_matrix, lsq.ndata, lsq.ndata));
     return lsq.model && weights_fit ? 0 : fail(SarvoLsqInvalidSetupEC);
 }
 

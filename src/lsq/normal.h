@@ -39,4 +39,12 @@ void form_normal_equations(sarvo_lsq &lsq, const Workspace &work);
 inline double *elements(const sarvo_vector *v) { return static_cast<double *>(v->data); }
 inline double *elements(const sarvo_matrix *m) { return static_cast<double *>(m->data); }
 
+// Doubles of just these lengths.
+inline bool holds(const sarvo_vector *v, uint64_t length) {
+    return v && v->dtype == SARVO_DOUBLE && v->length == length;
+}
+inline bool holds(const sarvo_matrix *m, uint64_t rows, uint64_t cols) {
+    return m && m->dtype == SARVO_DOUBLE && m->rows == rows && m->cols == cols;
+}
+
 } // namespace sarvo::lsq

@@ -26,7 +26,7 @@ sarko_error_t size_matrix(sarvo_matrix **m, uint64_t rows, uint64_t cols) {
 
 sarko_error_t allocate(uint32_t npar, uint32_t ndata, sarvo_lsq *lsq) {
     if (!lsq) return fail(SarvoNullEC);
-    lsq->flags &= ~static_cast<uint32_t>(SARVO_LSQ_ALLOCATED | SARVO_LSQ_INITIALISED);
+    lsq->flags &= ~static_cast<uint32_t>(SARVO_LSQ_ALLOCATED); // until all is there
     lsq->npar = npar;
     lsq->ndata = ndata;
     if (lsq->model_kind != 1 || lsq->solver != 1 || lsq->method != 1) return fail(SarvoLsqInvalidSetupEC);
@@ -107,7 +107,7 @@ void sarvo_lsq_free(sarvo_lsq *lsq) {
     for (sarvo_vector **v : {&lsq->beta, &lsq->x, &lsq->step, &lsq->r, &lsq->weight_vector, &lsq->w})
         release(sarvo_vector_free, *v);
     release(sarvo_nr_svd_free, lsq->svd);
-    lsq->flags &= ~static_cast<uint32_t>(SARVO_LSQ_ALLOCATED | SARVO_LSQ_INITIALISED);
+    lsq->flags &= ~static_cast<uint32_t>(SARVO_LSQ_ALLOCATED);
 }
 
 sarko_error_t sarvo_lsq_weight_vinit(const sarvo_vector *w, sarvo_lsq *lsq) {

@@ -40,6 +40,10 @@ inline bool all_finite(const View &a) {
     return true;
 }
 
+// A size is stored as given: one that is negative when read as signed has no entries, and is the size of nothing else.
+inline uint32_t entries_of(const PERM &px) { return static_cast<int32_t>(px.size) > 0 ? px.size : 0; }
+inline bool has_size(const PERM &px, uint64_t n) { return static_cast<int32_t>(px.size) >= 0 && px.size == n; }
+
 inline uint64_t smaller(uint64_t x, uint64_t y) { return x < y ? x : y; }
 inline uint64_t larger(uint64_t x, uint64_t y) { return x > y ? x : y; }
 

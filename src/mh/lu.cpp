@@ -204,7 +204,7 @@ extern "C" {
 
 sarko_error_t sarvo_mh_LUfactor(MAT *A, PERM *pivot) {
     if (!A || !pivot) return sarvo::mh::fail_text("Input matrix and/or permutation are/is not initialized.");
-    if (A->rows != pivot->size)
+    if (!sarvo::mh::has_size(*pivot, A->rows))
         return sarvo::mh::fail_text("Sizes of input matrix and permutation are not consistent.");
     sarvo::mh::Scratch<double, 512> work;
     if (sarko_error_t e = work.allocate(sarvo::mh::lu_work(A->rows, A->cols))) return e;

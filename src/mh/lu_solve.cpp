@@ -9,6 +9,7 @@
 #include "sums.h"
 
 using sarvo::mh::fail_text;
+using sarvo::mh::has_size;
 using sarvo::mh::smaller;
 using sarvo::mh::View;
 using sarvo::mh::view;
@@ -19,7 +20,7 @@ namespace {
 sarko_error_t check(const MAT *LU, const PERM *pivot, const VEC *b, VEC *const *x) {
     if (!LU || !pivot || !b || !x)
         return fail_text("Input matrix and/or permutation and/or vector are/is not initialized.");
-    if (LU->rows != LU->cols || LU->rows != b->dim || pivot->size != b->dim)
+    if (LU->rows != LU->cols || LU->rows != b->dim || !has_size(*pivot, b->dim))
         return fail_text("Sizes of input matrix and vector are not consistent or input matrix is not square.");
     return 0;
 }
@@ -95,7 +96,7 @@ sarko_error_t sarvo_mh_LUTsolve(const MAT *LU, const PERM *pivot, const VEC *b, 
 
 sarko_error_t sarvo_mh_LUcondest(const MAT *LU, const PERM *pivot, double *cond) {
     if (!LU || !pivot || !cond) return fail_text("Input matrix and/or permutation are/is not initialized.");
-    if (LU->rows != LU->cols || LU->rows != pivot->size)
+    if (LU->rows != LU->cols || !has_size(*pivot, LU->rows))
         return fail_text("Sizes of input matrix and permutation are not consistent.");
     sarvo::mh::TemporaryVector y, z;
     if (sarko_error_t e = sarvo_mh_v_get(LU->rows, &y.p)) return e;

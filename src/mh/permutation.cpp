@@ -6,6 +6,8 @@
 #include "dense.h"
 
 using sarvo::fail;
+using sarvo::mh::entries_of;
+using sarvo::mh::has_size;
 using sarvo::mh::size_at_least;
 using sarvo::mh::size_exactly;
 
@@ -13,7 +15,10 @@ namespace {
 
 // Inverts by following each cycle from its highest position down. Entries that have been placed are kept as -1 - value
 // until their position comes.
-bool invert_in_place(int32_t *px, int32_t n) {
+bool invert_in_place(uint32_t *entries, uint32_t count) {
+    static_assert(sizeof(int32_t) == sizeof *entries);
+    auto *px = reinterpret_cast<int32_t *>(entries);
+    const auto n = static_cast<int32_t>(count);
     for (int32_t k = n - 1; k >= 0; k--) {
         int32_t i = px[k];
         if (i < 0) {
@@ -34,17 +39,17 @@ bool invert_in_place(int32_t *px, int32_t n) {
     return true;
 }
 
-// True when the entries are a permutation; *odd is then its parity. Marks visited entries with all bits set.
+// True when the entries, all below n, are a permutation; *odd is then its parity. Marks visited entries with n.
 bool find_parity(uint32_t *px, uint32_t n, bool *odd) {
     *odd = false;
     for (uint32_t i = 0; i < n; i++) {
-        if (px[i] == UINT32_MAX) continue;
+        if (px[i] == n) continue;
         uint32_t length = 0;
         uint32_t at = i;
         do {
-            if (at >= n || px[at] == UINT32_MAX) return false;
             const uint32_t next = px[at];
-            px[at] = UINT32_MAX;
+            if (next == n) return false;
+            px[at] = n;
             at = next;
             length++;
         } while (at != i);
@@ -53,17 +58,18 @@ bool find_parity(uint32_t *px, uint32_t n, bool *odd) {
     return true;
 }
 
+void exchange(uint32_t &x, uint32_t &y) {
+    const uint32_t t = x;
+    x = y;
+    y = t;
+}
+
 // Sorts ascending by quicksort on the first element; returns whether the number of exchanges is odd. The order of the
 // parts does not matter to it: the shorter recurses.
 bool sort_parity(uint32_t *x, uint64_t n) {
     bool odd = false;
-    const auto exchange = [x](uint64_t i, uint64_t j) {
-        const uint32_t t = x[i];
-        x[i] = x[j];
-        x[j] = t;
-    };
     while (n >= 2) {
-        const uint32_t pivot = x[0];
+        const uint32_t pivot = x[0]; // stays there during the scans, and ends that of j
         uint64_t i = 0, j = n;
         for (;;) {
             do i++;
@@ -71,25 +77,26 @@ bool sort_parity(uint32_t *x, uint64_t n) {
             do j--;
             while (x[j] > pivot);
             if (i >= j) break;
-            exchange(i, j);
+            exchange(x[i], x[j]);
             odd = !odd;
         }
-        exchange(0, j);
+        exchange(x[0], x[j]);
         if (j != 0) odd = !odd;
-        const uint64_t behind = n - j - 1;
-        if (j < behind) {
+        const uint64_t after = n - j - 1;
+        if (j < after) {
             odd ^= sort_parity(x, j);
             x += j + 1;
-            n = behind;
+            n = after;
         } else {
-            odd ^= sort_parity(x + j + 1, behind);
+            odd ^= sort_parity(x + j + 1, after);
             n = j;
         }
     }
     return odd;
 }
 
-// x(i) = x(px(i)) along the cycles, for entries all below n: visited entries carry n on top until the end.
+// x(i) = x(px(i)) along the cycles, for entries all below n; visited ones get n added. Where an entry is met twice the
+// cycle ends.
 void apply_in_place(uint32_t *px, uint32_t n, double *x) {
     for (uint32_t i = 0; i < n; i++) {
         if (px[i] >= n) continue;
@@ -108,27 +115,36 @@ void apply_in_place(uint32_t *px, uint32_t n, double *x) {
             next = px[next];
         }
     }
-    for (uint32_t i = 0; i < n; i++) px[i] -= n;
 }
 
 bool all_in_range(const PERM &px) {
-    for (uint32_t i = 0; i < px.size; i++)
+    for (uint32_t i = 0; i < entries_of(px); i++)
         if (px.elems[i] >= px.size) return false;
     return true;
+}
+
+// A copy of the entries to mark or invert: the permutation itself belongs to the caller, who may share it.
+using Copy = sarvo::mh::Scratch<uint32_t, 256>;
+
+sarko_error_t copy_entries(const PERM &px, Copy &copy) {
+    const uint32_t n = entries_of(px);
+    if (sarko_error_t e = copy.allocate(n)) return e;
+    if (n != 0) memcpy(copy.get(), px.elems, n * sizeof *px.elems);
+    return 0;
 }
 
 // The checks and the sizing of the two applications to a vector; *done when there is nothing to permute.
 sarko_error_t prepare(const PERM *px, const VEC *x, VEC **out, bool *done) {
     if (!px || !x || !out) return fail(SarvoMHNullEC);
-    if (x->dim < px->size) return fail(SarvoMHSizesEC);
-    *done = px->size == 0;
+    if (x->dim < entries_of(*px)) return fail(SarvoMHSizesEC);
+    *done = entries_of(*px) == 0;
     if (*done) return sarvo_mh_v_copy_(x, out, 0);
     return size_at_least(out, x->dim);
 }
 
 sarko_error_t check_application(const PERM *px, const MAT *A, MAT *const *out, bool rows) {
     if (!px || !A || !out) return fail(SarvoMHNullEC);
-    if ((rows ? A->rows : A->cols) != px->size) return fail(SarvoMHSizesEC);
+    if (!has_size(*px, rows ? A->rows : A->cols)) return fail(SarvoMHSizesEC);
     if (*out == A) return fail(SarvoMHInsituEC);
     return 0;
 }
@@ -140,19 +156,17 @@ extern "C" {
 sarko_error_t sarvo_mh_px_inv(const PERM *px, PERM **out) {
     if (!px || !out) return sarvo::mh::fail_text(sarvo::mh::null_permutation);
     if (sarko_error_t e = sarvo_mh_px_copy(px, out)) return e;
-    static_assert(sizeof(int32_t) == sizeof *px->elems);
-    return invert_in_place(reinterpret_cast<int32_t *>((*out)->elems), static_cast<int32_t>((*out)->size))
-               ? 0
-               : fail(SarvoMHBoundsEC);
+    return invert_in_place((*out)->elems, entries_of(**out)) ? 0 : fail(SarvoMHBoundsEC);
 }
 
 sarko_error_t sarvo_mh_px_mlt(const PERM *px1, const PERM *px2, PERM **out) {
     if (!px1 || !px2 || !out) return fail(SarvoMHNullEC);
     if (px1->size != px2->size) return fail(SarvoMHSizesEC);
     if (*out == px1 || *out == px2) return fail(SarvoMHInsituEC);
-    if (!*out || (*out)->size < px1->size)
-        if (sarko_error_t e = sarvo_mh_px_resize(out, static_cast<int32_t>(px1->size))) return e;
-    for (uint32_t i = 0; i < px1->size; i++) {
+    const auto size = static_cast<int32_t>(px1->size);
+    if (!*out || static_cast<int32_t>((*out)->size) < size)
+        if (sarko_error_t e = sarvo_mh_px_resize(out, size)) return e;
+    for (uint32_t i = 0; i < entries_of(*px1); i++) {
         const uint32_t image = px2->elems[i];
         if (image >= px1->size) return fail(SarvoMHBoundsEC);
         (*out)->elems[i] = px1->elems[image];
@@ -162,16 +176,12 @@ sarko_error_t sarvo_mh_px_mlt(const PERM *px1, const PERM *px2, PERM **out) {
 
 sarko_error_t sarvo_mh_px_sign(const PERM *px, int32_t *sign) {
     if (!px || !sign) return fail(SarvoMHNullEC);
-    const uint32_t n = static_cast<int32_t>(px->size) > 0 ? px->size : 0;
-    sarvo::Buffer<uint32_t> copy;
-    if (sarko_error_t e = copy.allocate_unset(n)) return e;
-    const auto restore = [&] {
+    Copy copy;
+    if (sarko_error_t e = copy_entries(*px, copy)) return e;
+    const uint32_t n = entries_of(*px);
+    bool odd = false;
+    if (!all_in_range(*px) || !find_parity(copy.get(), n, &odd)) {
         if (n != 0) memcpy(copy.get(), px->elems, n * sizeof *px->elems);
-    };
-    restore();
-    bool odd;
-    if (!find_parity(copy.get(), n, &odd)) {
-        restore();
         odd = sort_parity(copy.get(), n);
     }
     *sign = odd ? -1 : 1;
@@ -180,10 +190,7 @@ sarko_error_t sarvo_mh_px_sign(const PERM *px, int32_t *sign) {
 
 sarko_error_t sarvo_mh_px_transp(PERM *px, uint32_t i, uint32_t j) {
     if (!px) return fail(SarvoMHNullEC);
-    if (i >= px->size || j >= px->size) return 0;
-    const uint32_t entry = px->elems[i];
-    px->elems[i] = px->elems[j];
-    px->elems[j] = entry;
+    if (i < entries_of(*px) && j < entries_of(*px)) exchange(px->elems[i], px->elems[j]);
     return 0;
 }
 
@@ -193,7 +200,9 @@ sarko_error_t sarvo_mh_px_vec(const PERM *px, const VEC *x, VEC **out) {
     if (done) return 0;
     if (*out == x) {
         if (!all_in_range(*px)) return fail(SarvoMHBoundsEC);
-        apply_in_place(px->elems, px->size, x->elems);
+        Copy marked;
+        if (sarko_error_t e = copy_entries(*px, marked)) return e;
+        apply_in_place(marked.get(), px->size, (*out)->elems);
         return 0;
     }
     for (uint32_t i = 0; i < px->size; i++) {
@@ -208,12 +217,12 @@ sarko_error_t sarvo_mh_pxinv_vec(const PERM *px, const VEC *x, VEC **out) {
     if (sarko_error_t e = prepare(px, x, out, &done)) return e;
     if (done) return 0;
     if (*out == x) {
-        PERM inverse = *px; // the same entries
-        PERM *self = &inverse;
+        Copy inverse;
         if (!all_in_range(*px)) return fail(SarvoMHBoundsEC);
-        if (sarko_error_t e = sarvo_mh_px_inv(self, &self)) return e;
-        apply_in_place(px->elems, px->size, x->elems);
-        return sarvo_mh_px_inv(self, &self);
+        if (sarko_error_t e = copy_entries(*px, inverse)) return e;
+        if (!invert_in_place(inverse.get(), px->size)) return fail(SarvoMHBoundsEC);
+        apply_in_place(inverse.get(), px->size, (*out)->elems);
+        return 0;
     }
     for (uint32_t i = 0; i < px->size; i++) {
         if (px->elems[i] >= px->size) return fail(SarvoMHBoundsEC);

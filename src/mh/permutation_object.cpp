@@ -7,11 +7,9 @@
 
 using sarvo::fail;
 using sarvo::failf;
+using sarvo::mh::entries_of;
 
 namespace {
-
-// The number of entries of a size that may be negative when read as signed.
-uint32_t entries_of(uint32_t size) { return static_cast<int32_t>(size) > 0 ? size : 0; }
 
 void set_identity(PERM &p, uint32_t from, uint32_t to) {
     for (uint32_t i = from; i < to; i++) p.elems[i] = i;
@@ -26,7 +24,7 @@ sarko_error_t sarvo_mh_px_get(int32_t size, PERM **out) {
     sarvo::Buffer<PERM> record;
     sarvo::Buffer<uint32_t> entries;
     if (sarko_error_t e = record.allocate(1)) return e;
-    if (sarko_error_t e = entries.allocate(entries_of(static_cast<uint32_t>(size)))) return e;
+    if (sarko_error_t e = entries.allocate(size > 0 ? static_cast<uint64_t>(size) : 0)) return e;
     record[0].size = record[0].max_size = static_cast<uint32_t>(size);
     record[0].elems = entries.release();
     sarvo_mh_px_ident(record.get());
@@ -53,14 +51,14 @@ sarko_error_t sarvo_mh_px_resize(PERM **out, int32_t size) {
         p.elems = static_cast<uint32_t *>(elements);
         p.max_size = entries;
     }
-    const uint32_t old = entries_of(p.size);
+    const uint32_t old = entries_of(p);
     set_identity(p, old > entries ? 0 : old, entries);
     p.size = entries;
     return 0;
 }
 
 void sarvo_mh_px_ident(PERM *p) {
-    if (p) set_identity(*p, 0, entries_of(p->size));
+    if (p) set_identity(*p, 0, entries_of(*p));
 }
 
 sarko_error_t sarvo_mh_px_copy(const PERM *in, PERM **out) {
@@ -68,7 +66,7 @@ sarko_error_t sarvo_mh_px_copy(const PERM *in, PERM **out) {
     if (in == *out) return 0;
     if (!*out || (*out)->size != in->size)
         if (sarko_error_t e = sarvo_mh_px_resize(out, static_cast<int32_t>(in->size))) return e;
-    const uint32_t entries = entries_of(in->size);
+    const uint32_t entries = entries_of(*in);
     if (entries != 0) memcpy((*out)->elems, in->elems, entries * sizeof *in->elems);
     return 0;
 }

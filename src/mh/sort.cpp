@@ -121,10 +121,7 @@ sarko_error_t sarvo_mh_v_sort(VEC *x, PERM **order) {
         if (x->dim >= 2) quicksort(Sequence<true>{x->elems, (*order)->elems}, x->dim);
         return 0;
     }
-    if (x->dim < 2) return 0;
-    bool sorted;
-    if (sarko_error_t e = sarvo::sort_values(x->elems, x->dim, &sorted)) return e;
-    if (!sorted) quicksort(Sequence<false>{x->elems, nullptr}, x->dim);
+    if (!sarvo::sort_values(x->elems, x->dim)) quicksort(Sequence<false>{x->elems, nullptr}, x->dim);
     return 0;
 }
 

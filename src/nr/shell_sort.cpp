@@ -74,9 +74,7 @@ sarko_error_t sarvo_nr_sort_shell(sarvo_vector *v, uint64_t count) {
     if (v->length == 0) return fail(SarvoNrSizeEC);
     const uint64_t n = count > 0 && count <= v->length ? count : v->length;
     auto *x = static_cast<double *>(v->data);
-    bool sorted;
-    if (sarko_error_t e = sort_values(x, n, &sorted)) return e;
-    if (!sorted) nr::shell_sort_ascending(n, x);
+    if (!sort_values(x, n)) nr::shell_sort_ascending(n, x);
     return 0;
 }
 

@@ -8,6 +8,18 @@ namespace {
 // Not wider than four lanes: division takes as long for eight as for two times four, and each step waits for two
 // divisions.
 constexpr uint64_t width = lanes < 4 ? lanes : 4;
+constexpr double most_steps = 0x1p24;
+
+// The step and the change from which on a convergent that hardly moves ends a fraction.
+struct Patience {
+    double steps, change;
+};
+inline Patience patience(double steps) {
+    volatile double unit = 1.0, tiny = 0x1p-60;
+    const bool nearest = unit + tiny == 1.0 && unit - tiny == 1.0;
+    return nearest ? Patience{steps, 0x1p-52} : Patience{100.0, 0x1p-48};
+}
+
 typedef double Piece __attribute__((vector_size(width * sizeof(double))));
 typedef int64_t Mask __attribute__((vector_size(width * sizeof(double)))); // all ones or 0 a lane
 
@@ -40,12 +52,12 @@ template <uint64_t pieces> struct Convergents {
         for (uint64_t p = 0; p < pieces; p++) done[p] = Mask{}, result[p] = Piece{};
     }
 
-    bool end(const Piece (&old)[pieces], const Piece (&f)[pieces], bool patient) {
+    bool end(const Piece (&old)[pieces], const Piece (&f)[pieces], double step, const Patience &patient) {
         bool over = true;
         for (uint64_t p = 0; p < pieces; p++) {
             const Piece size = absolute(f[p]);
             Mask ends = (absolute(old[p]) == size) | (f[p] != f[p]);
-            if (patient) ends |= absolute(f[p] - old[p]) <= 0x1p-52 * size;
+            if (step >= patient.steps) ends |= absolute(f[p] - old[p]) <= patient.change * size;
             result[p] = done[p] ? result[p] : f[p];
             done[p] |= ends;
             over = over && all(done[p]);
@@ -63,6 +75,7 @@ template <uint64_t pieces> void beta_lanes(uint64_t n, double a, double b, const
         A[p] = B_prev[p] = B[p] = s[p] = value[p] = one;
     }
     Convergents<pieces> convergents;
+    const Patience patient = patience(100000.0);
     double m = 0.0, q = a, r = a;
     do {
         r += 1.0;
@@ -82,7 +95,7 @@ template <uint64_t pieces> void beta_lanes(uint64_t n, double a, double b, const
             value[p] = A[p] * s[p];
         }
         q += 1.0;
-    } while (!convergents.end(old, value, m >= 100000.0));
+    } while (!convergents.end(old, value, m, patient) && m < most_steps);
     store_all(n, convergents.result, f);
 }
 
@@ -98,6 +111,7 @@ template <uint64_t pieces> void gamma_lanes(uint64_t n, double a, const double *
         old[p] = Piece{};
     }
     Convergents<pieces> convergents;
+    const Patience patient = patience(1e7);
     double k = 0.0;
     do {
         k += 1.0;
@@ -113,7 +127,7 @@ template <uint64_t pieces> void gamma_lanes(uint64_t n, double a, const double *
             old[p] = usable ? value[p] : old[p];
             value[p] = usable ? P0[p] * fac[p] : value[p];
         }
-    } while (!convergents.end(old, value, k >= 1e7));
+    } while (!convergents.end(old, value, k, patient) && k < most_steps);
     store_all(n, convergents.result, g);
 }
 

@@ -161,7 +161,8 @@ struct Kernels {
     uint64_t (*pack_scaled)(uint64_t n, uint64_t mask, double s, const double *x, double *out);
     void (*fractions)(uint64_t n, const uint64_t *x, double *out); // out(i) = x(i) as a double, times 2^-64
 
-    // ---- Continued fractions at n <= 8 arguments of the same shapes: convergents until one repeats or is NaN ----
+    // ---- Continued fractions at n <= 8 arguments of the same shapes: convergents until one repeats or is NaN, at most
+    // 2^24 (rounded in other ways than to nearest: from step 100 on until the change is 2^-48 or less) ----
     // f(i) = Gauss's fraction for the incomplete beta function at x(i), from A' = 0, A = B' = B = f = s = 1, m = 0,
     // q = r = a: r += 1, d = -(q (q + b) x) / ((r - 1) r), A' = (A' d + A) s, B' = (B' d + B) s; m += 1, r += 1,
     // d = ((b - m) m x s) / ((r - 1) r), A = A d + A', B = B d + B', s = 1 / B, f = A s, q += 1. From step 100000 on

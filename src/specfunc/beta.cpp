@@ -4,6 +4,8 @@
 #include <sarvo/rnd.h>
 
 #include "core/elementary.h"
+#include "gamma_distribution.h"
+#include "large_shapes.h"
 #include "stirling.h"
 
 namespace sarvo::special {
@@ -19,11 +21,12 @@ Beta::Beta(double a_, double b_) : a(a_), b(b_), split((1.0 + a_) / (a_ + b_ + 2
 // Numerator A and denominator B of the convergents, both kept near 1 by the scale s. Ends when a convergent repeats. It
 // may come to flicker between two neighbours instead (a shape below 1 and a tiny x): hence the patience, which no
 // fraction that ends by repetition within it notices.
-double beta_continued_fraction(double a, double b, double x) {
-    constexpr uint32_t patience = 100000;
+double beta_continued_fraction(double a, double b, double x, bool *ended) {
+    const Patience patient = patience(100000.0);
+    if (ended) *ended = true;
     double A_prev = 0.0, A = 1.0, B_prev = 1.0, B = 1.0;
     double f = 1.0, s = 1.0, m = 0.0, q = a, r = a;
-    for (uint32_t step = 1;; step += step < patience) {
+    for (uint32_t step = 1; step <= most_fractions; step++) {
         const double f_old = f;
         r += 1.0;
         double d = -(q * (q + b) * x) / ((r - 1.0) * r);
@@ -38,16 +41,26 @@ double beta_continued_fraction(double a, double b, double x) {
         f = A * s;
         q += 1.0;
         if (__builtin_fabs(f_old) == __builtin_fabs(f) || f != f) return f;
-        if (step == patience && __builtin_fabs(f - f_old) <= 0x1p-52 * __builtin_fabs(f)) return f;
+        if (m >= patient.steps && __builtin_fabs(f - f_old) <= patient.change * __builtin_fabs(f)) return f;
     }
+    if (ended) *ended = false;
+    return f;
 }
 
 double beta_front(double a, double b, double ln_beta, double x) { return exp(b * log(1.0 - x) + a * log(x) - ln_beta); }
 
 namespace {
 
+// Where the front factor is NaN (x outside of [0, 1]) the fraction need not end. One that is given up has a large
+// shape, or an x far above the split, where the other tail's ends, or x = 1 and a front factor of 0.
 double fraction(double a, double b, double ln_beta, double x) {
-    return beta_front(a, b, ln_beta, x) * beta_continued_fraction(a, b, x) / a;
+    const double front = beta_front(a, b, ln_beta, x);
+    if (front != front) return front;
+    bool ended;
+    const double f = beta_continued_fraction(a, b, x, &ended);
+    if (ended || front == 0.0) return front * f / a;
+    if (a >= least_large_beta || b >= least_large_beta) return beta_tails(a, b, x).lower;
+    return 1.0 - beta_front(b, a, ln_beta, 1.0 - x) * beta_continued_fraction(b, a, 1.0 - x) / b;
 }
 
 } // namespace

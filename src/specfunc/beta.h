@@ -13,8 +13,8 @@ struct Beta {
 };
 
 // Gauss's continued fraction f with I_x(a, b) = x^a (1-x)^b / (a B(a, b)) f, f = 2F1(a + b, 1; a + 1; x), meant for x
-// below the split.
-double beta_continued_fraction(double a, double b, double x);
+// below the split. *ended is false after 2^24 steps, when it is given up.
+double beta_continued_fraction(double a, double b, double x, bool *ended = nullptr);
 
 // x^a (1-x)^b / B(a, b)
 double beta_front(double a, double b, double ln_beta, double x);

@@ -3,6 +3,7 @@
 #include "bisection.h"
 
 #include "core/elementary.h"
+#include "large_shapes.h"
 #include "simd/simd.h"
 
 namespace sarvo::special {
@@ -236,6 +237,11 @@ Window find_window(const BetaFunction &F, double p) {
 } // namespace
 
 double beta_inverse(double a, double b, double p) {
+    if (a > least_large_beta || b > least_large_beta) {
+        const auto valid = [](double shape) { return shape > 0.0 && shape < __builtin_inf(); };
+        if (!valid(a) || !valid(b)) return __builtin_nan("");
+        return last_midpoint(0.0, 1.0, [&](double w) { return beta_tails(a, b, w).below(p); });
+    }
     const Beta beta(a, b);
     const BetaFunction F(beta);
     return bisect(F, p, 0.0, 1.0, find_window(F, p));

@@ -117,6 +117,15 @@ template <class Function> double bisect(const Function &F, double p, double lo, 
     }
 }
 
+// The last midpoint of the bisection that goes right where below(m) holds, without any windows.
+template <class Below> double last_midpoint(double lo, double hi, const Below &below) {
+    for (;;) {
+        const double m = lo + (hi - lo) / 2.0;
+        if (!(m > lo && m < hi)) return m;
+        (below(m) ? lo : hi) = m;
+    }
+}
+
 // What Newton's method needs at y, with t the logarithm of the tail computed there and E = +-dF/dy.
 struct Tail {
     bool upper;

@@ -5,6 +5,7 @@
 #include <sarvo/rnd.h>
 
 #include "core/elementary.h"
+#include "large_shapes.h"
 #include "simd/simd.h"
 
 namespace sarvo::special {
@@ -167,7 +168,7 @@ Window window_about(const GammaFunction &P, double r, double p, double offset) {
 
 Window find_window(const GammaFunction &P, double p) {
     const double a = P.shape().a;
-    if (!(a >= 1e-5 && a <= 1e8)) return undecided;
+    if (!(a >= 1e-5)) return undecided;
     const double q = 1.0 - p, ln_p = log(p);
     if (q > 1e-6) return window_about(P, search(P, {ln_p, log(q)}), p, 0.0);
     // P = 1 - e is p on a whole interval, whose ends are roots of their own.
@@ -178,14 +179,49 @@ Window find_window(const GammaFunction &P, double p) {
     return window;
 }
 
-// The first n = 1, 2, 3, ... with P(a, n) >= p; infinity when there is none, NaN when P is.
+// The largest (smallest) integer of [lo, hi] found by bisection at which P is below (above) p for sure, and with it at
+// all smaller (larger) arguments, whichever tail is computed there: the window where the series about the root does not
+// reach as far as the errors do.
+Window window_of_integers(const GammaFunction &P, double p) {
+    const double a = P.shape().a, split = a + 1.0;
+    const Local below_split = P.local(split, false), above_split = P.local(split, true);
+    const bool lower_is_below = surely_below(below_split, p), upper_is_above = surely_above(above_split, p);
+    const double doubt = p < 1e-290 ? 2.0 : 1.0; // next to subnormal numbers the errors are not relative
+    const auto below = [&](double n) {
+        const Local at = P.local(n);
+        if (!regular(at, P.shape(), n) || !surely_below(at, p)) return false;
+        return at.upper ? lower_is_below : at.e * doubt <= p;
+    };
+    const auto above = [&](double n) {
+        const Local at = P.local(n);
+        if (!regular(at, P.shape(), n) || !surely_above(at, p)) return false;
+        return at.upper || (upper_is_above && at.e >= p * doubt);
+    };
+    const double end = __builtin_floor(2.0 * a + 4096.0); // e^-x is 0 from here on: P is 1
+    double A = 0.0, B = end;
+    for (double hi = end; hi - A > 1.0;) {
+        const double n = __builtin_floor(A + (hi - A) / 2.0);
+        (below(n) ? A : hi) = n;
+    }
+    for (double lo = A; B - lo > 1.0;) {
+        const double n = __builtin_floor(lo + (B - lo) / 2.0);
+        (above(n) ? B : lo) = n;
+    }
+    return {A > 0.0 ? A : -infinity, B < end ? B : infinity};
+}
+
+// The first n = 1, 2, 3, ... with P(a, n) >= p; NaN when P is. To nearest some hundred steps lead there; rounded in
+// other ways P may stay below a p of 1 up to where e^-x vanishes, and larger steps end the search.
 double first_reaching(const GammaFunction &P, double p, const Window &window) {
+    constexpr int single_steps = 4096;
     double n = window.A >= 1.0 ? __builtin_floor(window.A) + 1.0 : 1.0; // all up to A are below
-    for (; n < window.B; n += 1.0) {
+    double step = 1.0;
+    for (int i = 0; n < window.B; i++, n += step) {
         const double value = gamma_value(P.shape(), n);
         if (value >= p) break;
         if (value != value) return value;
         if (n >= 0x1p53) return infinity;
+        if (i >= single_steps) step *= 2.0;
     }
     return n;
 }
@@ -201,9 +237,17 @@ double sarvo_rnd_gammadf_inv(double a, double p) {
     if (p <= 0.0) return 0.0;
     if (!(p <= 1.0)) return p > 1.0 ? infinity : p;
     if (!(a > 0.0 && a < infinity)) return __builtin_nan("");
+    if (a > least_large_gamma) {
+        constexpr double beside = 0x1p-6; // P is 0 and 1 there
+        const double hi = a * (1.0 + beside), largest = 0x1.fffffffffffffp+1023;
+        return last_midpoint(a * (1.0 - beside), hi < largest ? hi : largest,
+                             [&](double x) { return gamma_tails(a, x).below(p); });
+    }
     const GammaShape shape(a);
     const GammaFunction P(shape);
-    const Window window = find_window(P, p);
+    Window window = find_window(P, p);
+    if (a > 64.0 && (window.A == undecided.A || (window.B == undecided.B && p < 1.0)))
+        window = window_of_integers(P, p);
     const double n = first_reaching(P, p, window);
     return n < infinity ? bisect(P, p, n - 1.0, n, window) : n;
 }

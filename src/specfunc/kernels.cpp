@@ -24,9 +24,10 @@ sarko_error_t exp_mult(double x, double dx, double y, double dy, Estimate *r) {
     if (lnr > SarvoDblLnXmax - 0.01) return fail(SarvoOverflowEC);
     if (lnr < SarvoDblLnXmin + 0.01) return fail(SarvoUnderflowEC);
     const double M = __builtin_floor(x), N = __builtin_floor(ly);
-    const double product = exp(M + N) * exp((x - M) + (ly - N));
-    *r = {y > 0.0 ? product : -product,
-          2.0 * SarvoDblEps * product + magnitude(dx) * product + magnitude(dy / y) * product};
+    const double eMN = exp(M + N), eab = exp((x - M) + (ly - N));
+    // Each term from left to right: eMN eab by itself rounds, and underflows, in other places.
+    const double error = 2.0 * SarvoDblEps * eMN * eab + magnitude(dx) * eMN * eab + magnitude(dy / y) * eMN * eab;
+    *r = {(y > 0.0 ? eMN : -eMN) * eab, error};
     return 0;
 }
 

@@ -382,13 +382,18 @@ TEST(Convergence, NaNNeverCountsAsMet) {
 }
 
 TEST(Convergence, NoParametersMeetBothAndNothingToJudgeMeetsNone) {
-    sarvo_lsq lsq;
-    expect_success(sarvo_lsq_init_default(&lsq));
-    EXPECT_EQ(sarvo_lsq_convtest(&lsq), 2);
-    EXPECT_TRUE(isnan(lsq.step_rms));
-    EXPECT_TRUE(isnan(lsq.grad_rms));
-    EXPECT_EQ(lsq.step_max, 0.0);
+    Fit none(test::exponential(), 0);
+    none.problem.f = [](const double *, uint64_t, double *) { return 1.0; };
+    EXPECT_EQ(sarvo_lsq_convtest(&none.lsq), 0) << "not started yet";
+    expect_success(none.start({}));
+    EXPECT_EQ(sarvo_lsq_convtest(&none.lsq), 2);
+    EXPECT_TRUE(isnan(none.lsq.step_rms));
+    EXPECT_TRUE(isnan(none.lsq.grad_rms));
+    EXPECT_EQ(none.lsq.step_max, 0.0);
     EXPECT_EQ(sarvo_lsq_convtest(nullptr), 0);
+    sarvo_lsq bare;
+    expect_success(sarvo_lsq_init_default(&bare));
+    EXPECT_EQ(sarvo_lsq_convtest(&bare), 0);
     Fit fit(test::exponential(), 2);
     EXPECT_EQ(sarvo_lsq_convtest(&fit.lsq), 0) << "no parameters have been given yet";
 }

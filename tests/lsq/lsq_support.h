@@ -119,4 +119,14 @@ inline std::string state(const sarvo_lsq &lsq) {
            bytes(numbers, sizeof numbers);
 }
 
+// The same of a record whose objects may be missing.
+inline std::string state_or_null(const sarvo_lsq &lsq) {
+    std::string all;
+    for (const sarvo_vector *v : {lsq.x, lsq.r, lsq.step, lsq.beta}) all += v ? bytes(v) : "null";
+    for (const sarvo_matrix *m : {lsq.alpha, lsq.J}) all += m ? bytes(m) : "null";
+    const double numbers[] = {lsq.chisq,    lsq.chisq_trial, lsq.lambda,   lsq.gain,
+                              lsq.step_max, lsq.step_rms,    lsq.grad_max, lsq.grad_rms};
+    return all + bytes(numbers, sizeof numbers);
+}
+
 } // namespace test

@@ -55,6 +55,8 @@ TEST(LsqDefaults, StartTheLibraryWhenItIsNot) {
 
 TEST(LsqAlloc, MakesStorageOfTheProblemsSizeAndAgainOfAnother) {
     Fit fit(test::exponential(), 2);
+    expect_success(fit.start({1, 0}));
+    const uint32_t flags = SARVO_LSQ_DEFAULTS | SARVO_LSQ_ALLOCATED | SARVO_LSQ_INITIALISED;
     struct Size {
         uint32_t npar, ndata;
     };
@@ -63,7 +65,7 @@ TEST(LsqAlloc, MakesStorageOfTheProblemsSizeAndAgainOfAnother) {
         const sarvo_lsq &lsq = fit.lsq;
         EXPECT_EQ(lsq.npar, s.npar);
         EXPECT_EQ(lsq.ndata, s.ndata);
-        EXPECT_EQ(lsq.flags, static_cast<uint32_t>(SARVO_LSQ_DEFAULTS | SARVO_LSQ_ALLOCATED));
+        EXPECT_EQ(lsq.flags, flags) << "only the storage is of another size";
         EXPECT_EQ(lsq.r->length, s.ndata);
         EXPECT_EQ(lsq.J->rows, s.ndata);
         EXPECT_EQ(lsq.J->cols, s.npar);
@@ -74,7 +76,7 @@ TEST(LsqAlloc, MakesStorageOfTheProblemsSizeAndAgainOfAnother) {
         EXPECT_EQ(lsq.svd->thresh, 0.0);
     }
     sarvo_lsq_free(&fit.lsq);
-    EXPECT_EQ(fit.lsq.flags, static_cast<uint32_t>(SARVO_LSQ_DEFAULTS));
+    EXPECT_EQ(fit.lsq.flags, static_cast<uint32_t>(SARVO_LSQ_DEFAULTS | SARVO_LSQ_INITIALISED));
     EXPECT_EQ(fit.lsq.J, nullptr);
     EXPECT_EQ(fit.lsq.svd, nullptr);
     sarvo_lsq_free(&fit.lsq);
@@ -83,6 +85,97 @@ TEST(LsqAlloc, MakesStorageOfTheProblemsSizeAndAgainOfAnother) {
     expect_success(fit.start({1, 0}));
     expect_success(sarvo_lsq_minimize(50, nullptr, nullptr, &fit.lsq));
     EXPECT_NEAR(fit.x()[1], -0.9, 0.05);
+}
+
+// What every routine does with a record in a state that does not fit.
+void expect_not_initialised(Fit &fit, const std::string &what) {
+    SCOPED_TRACE(what);
+    const std::string text = "LS iteration has not been initialized.";
+    const std::string before = test::state_or_null(fit.lsq);
+    expect_error(sarvo_lsq_iterate(&fit.lsq), SarvoLsqInitEC, {text});
+    expect_error(sarvo_lsq_minimize(3, nullptr, nullptr, &fit.lsq), SarvoLsqInitEC, {"LS minimization error.", text});
+    fit.lsq.flags |= SARVO_LSQ_STEP_MET | SARVO_LSQ_GRAD_MET;
+    EXPECT_EQ(sarvo_lsq_convtest(&fit.lsq), 0);
+    EXPECT_FALSE(fit.lsq.flags & (SARVO_LSQ_STEP_MET | SARVO_LSQ_GRAD_MET));
+    EXPECT_EQ(test::state_or_null(fit.lsq), before);
+}
+
+TEST(LsqAlloc, OfAnotherSizeAsksForANewStart) {
+    const Doubles start = {1, 0, 0, 0, 0, 0, 0};
+    for (const uint32_t npar : {1u, 3u, 7u}) { // 2 before
+        Fit fit(test::exponential(), 2);
+        expect_success(fit.start({1, 0}));
+        expect_success(sarvo_lsq_minimize(3, nullptr, nullptr, &fit.lsq));
+        expect_success(sarvo_lsq_alloc(npar, 10, &fit.lsq));
+        expect_not_initialised(fit, "alloc for " + std::to_string(npar));
+        EXPECT_EQ(fit.x().size(), 2u);
+        expect_error(sarvo_lsq_iterate_init(fit.lsq.x, &fit.lsq), SarvoSizeEC, {init_text, "Incorrect size"});
+        fit.problem = test::linear(
+            Doubles(10, 1.0), [](uint64_t i, uint64_t j) { return 1.0 + 0.1 * double(i * j); }, npar);
+        sarvo_matrix *covar = nullptr;
+        expect_success(sarvo_lsq_covar(&covar, &fit.lsq)); // of an alpha of zeros
+        EXPECT_EQ(covar->rows, npar);
+        sarvo_matrix_free(covar);
+        expect_success(fit.start(Doubles(start.begin(), start.begin() + npar)));
+        expect_success(sarvo_lsq_minimize(3, nullptr, nullptr, &fit.lsq));
+    }
+}
+
+TEST(LsqAlloc, OfTheSameSizeOrOfOtherDataGoesOnFromX) {
+    Fit fit(test::exponential(), 2);
+    expect_success(fit.start({1, 0}));
+    for (const uint32_t ndata : {10u, 6u, 9u}) {
+        fit.problem.y.resize(ndata);
+        const Doubles x = fit.x();
+        expect_success(sarvo_lsq_alloc(2, ndata, &fit.lsq));
+        EXPECT_EQ(fit.x(), x);
+        const int calls = fit.problem.calls;
+        expect_success(sarvo_lsq_minimize(20, nullptr, nullptr, &fit.lsq));
+        EXPECT_GT(fit.problem.calls, calls);
+        EXPECT_EQ(fit.r().size(), ndata);
+    }
+}
+
+// sarvo_lsq_free clears the bit of the storage alone: that of the start stays, and both are asked for.
+TEST(LsqFree, ClearsTheBitOfTheStorageAlone) {
+    Fit fit(test::exponential(), 2);
+    expect_success(fit.start({1, 0}));
+    expect_success(sarvo_lsq_minimize(50, nullptr, nullptr, &fit.lsq));
+    const uint32_t before = fit.lsq.flags;
+    EXPECT_TRUE(before & SARVO_LSQ_INITIALISED);
+    sarvo_lsq_free(&fit.lsq);
+    EXPECT_EQ(fit.lsq.flags, before & ~static_cast<uint32_t>(SARVO_LSQ_ALLOCATED));
+    expect_not_initialised(fit, "freed");
+    sarvo_matrix *covar = nullptr;
+    expect_error(sarvo_lsq_covar(&covar, &fit.lsq), SarvoLsqInitEC, {covar_text, "Initialization error in LS"});
+    expect_error(fit.start({1, 0}), SarvoLsqInitEC, {init_text, "Initialization error in LS"});
+
+    expect_success(sarvo_lsq_alloc(2, 10, &fit.lsq));
+    EXPECT_TRUE(fit.lsq.flags & SARVO_LSQ_ALLOCATED);
+    EXPECT_TRUE(fit.lsq.flags & SARVO_LSQ_INITIALISED);
+    expect_not_initialised(fit, "freed and allocated: no parameters");
+    expect_success(fit.start({1, 0}));
+    expect_success(sarvo_lsq_minimize(50, nullptr, nullptr, &fit.lsq));
+    EXPECT_NEAR(fit.x()[1], -0.9, 0.05);
+}
+
+// A caller who fills the record himself with objects that do not fit is told.
+TEST(LsqAlloc, ObjectsOfOtherLengthsAreNoStart) {
+    for (int object = 0; object < 6; object++) {
+        Fit fit(test::exponential(), 2);
+        expect_success(fit.start({1, 0}));
+        sarvo_vector **vectors[] = {&fit.lsq.x, &fit.lsq.step, &fit.lsq.beta, &fit.lsq.r};
+        sarvo_matrix **matrices[] = {&fit.lsq.J, &fit.lsq.alpha};
+        if (object < 4) {
+            sarvo_vector_free(*vectors[object]);
+            *vectors[object] = test::vector_of({1.0});
+        } else {
+            sarvo_matrix_free(*matrices[object - 4]);
+            *matrices[object - 4] = test::matrix_of(1, 2, {1.0, 2.0});
+        }
+        if (object < 3) expect_not_initialised(fit, "object " + std::to_string(object));
+        expect_error(sarvo_lsq_iterate(&fit.lsq), SarvoLsqInitEC, {"LS iteration has not been initialized."});
+    }
 }
 
 TEST(LsqAlloc, RefusesOtherKindsAndForgetsTheStorage) {

@@ -12,7 +12,7 @@ struct Operands : test::AllocationScenario {
     Vec x{{1, 2, 3}}, y{{4, 5, 6}}, v, long_x{Doubles(4000, 1.5)}, sorted{{3, 1, 2}}, three{{1, 2, 3}},
         seventy{Doubles(70, 1.5)}, below{Doubles(69, 0.5)}, other{Doubles(70, 0.25)}, many{Doubles(5000, 1.0)},
         more{Doubles(5000, 2.0)};
-    Perm p{{2, 0, 1}}, identity{{0, 1, 2}}, pivot{std::vector<uint32_t>(70)}, q;
+    Perm p{{2, 0, 1}}, identity{{0, 1, 2}}, pivot{std::vector<uint32_t>(70)}, of_many{std::vector<uint32_t>(600)}, q;
     IVEC *iv = nullptr;
     I64VEC *i64v = nullptr;
     double number = 0.0;
@@ -24,6 +24,8 @@ struct Operands : test::AllocationScenario {
             for (uint64_t j = 0; j < 70; j++)
                 factored.p->row_ptrs[i][j] = large.p->row_ptrs[i][j] =
                     i == j ? 9.0 : 1.0 / static_cast<double>(1 + i + j);
+        for (uint32_t i = 0; i < 600; i++) of_many.p->elems[i] = (i + 7) % 600;
+        for (uint64_t i = 0; i < 5000; i++) many.p->elems[i] = static_cast<double>(i);
     }
     ~Operands() override {
         sarvo_mh_iv_free(iv);
@@ -31,7 +33,8 @@ struct Operands : test::AllocationScenario {
     }
     sarko_error_t run() override { return operation(*this); }
     std::string inputs() const override {
-        return bytes(A.p) + bytes(B.p) + bytes(large.p) + bytes(x.p) + bytes(y.p) + bytes(p.p) + bytes(long_x.p);
+        return bytes(A.p) + bytes(B.p) + bytes(large.p) + bytes(x.p) + bytes(y.p) + bytes(p.p) + bytes(of_many.p) +
+               bytes(long_x.p);
     }
     std::string result() const override {
         return bytes(out.p) + bytes(factored.p) + bytes(sorted.p) + bytes(three.p) + bytes(seventy.p) + bytes(below.p) +
@@ -94,12 +97,14 @@ const Case cases[] = {
      [](Operands &o) { return sarvo_mh_v_linlist(&o.v.p, o.x.p, 2.0, o.y.p, 3.0, static_cast<VEC *>(nullptr)); }},
     {"in_prod refused", [](Operands &o) { return sarvo_mh_in_prod_(o.x.p, o.y.p, 4, &o.number); }},
     {"v_sort with order", [](Operands &o) { return sarvo_mh_v_sort(o.sorted.p, &o.q.p); }},
-    {"v_sort of many", [](Operands &o) { return sarvo_mh_v_sort(o.long_x.p, nullptr); }},
     {"px_inv", [](Operands &o) { return sarvo_mh_px_inv(o.p.p, &o.q.p); }},
     {"px_mlt", [](Operands &o) { return sarvo_mh_px_mlt(o.p.p, o.identity.p, &o.q.p); }},
     {"px_sign", [](Operands &o) { return sarvo_mh_px_sign(o.p.p, &o.sign); }},
     {"px_vec", [](Operands &o) { return sarvo_mh_px_vec(o.p.p, o.x.p, &o.v.p); }},
     {"pxinv_vec", [](Operands &o) { return sarvo_mh_pxinv_vec(o.p.p, o.x.p, &o.v.p); }},
+    {"px_vec of many in place", [](Operands &o) { return sarvo_mh_px_vec(o.of_many.p, o.many.p, &o.many.p); }},
+    {"pxinv_vec of many in place", [](Operands &o) { return sarvo_mh_pxinv_vec(o.of_many.p, o.many.p, &o.many.p); }},
+    {"px_sign of many", [](Operands &o) { return sarvo_mh_px_sign(o.of_many.p, &o.sign); }},
     {"px_rows", [](Operands &o) { return sarvo_mh_px_rows(o.p.p, o.A.p, &o.out.p); }},
     {"px_cols", [](Operands &o) { return sarvo_mh_px_cols(o.p.p, o.A.p, &o.out.p); }},
     {"get_col", [](Operands &o) { return sarvo_mh_get_col(o.A.p, 1, &o.v.p); }},

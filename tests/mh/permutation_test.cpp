@@ -94,6 +94,198 @@ TEST(Permutations, ThatAreNoneAreReportedWhereTheyAreFollowed) {
     }
 }
 
+// The parity of the exchanges of the stated quicksort: both scans step before they compare, the upper one stops at the
+// pivot at the latest; the pivot trades places with x[j], which counts unless j is 0.
+uint64_t literal_exchanges(uint32_t *x, uint64_t m) {
+    uint64_t count = 0;
+    while (m >= 2) {
+        const uint32_t p = x[0];
+        uint64_t i = 0, j = m;
+        for (;;) {
+            do i++;
+            while (i < m && x[i] < p);
+            do j--;
+            while (x[j] > p);
+            if (i >= j) break;
+            std::swap(x[i], x[j]);
+            count++;
+        }
+        std::swap(x[0], x[j]);
+        if (j != 0) count += 1 + literal_exchanges(x, j);
+        x += j + 1;
+        m -= j + 1;
+    }
+    return count;
+}
+
+void expect_literal_sign(const Entries &entries) {
+    Perm P(entries);
+    Entries sorted = entries;
+    const int32_t expected = literal_exchanges(sorted.data(), sorted.size()) % 2 ? -1 : 1;
+    ASSERT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
+    int32_t sign = 0;
+    expect_success(sarvo_mh_px_sign(P.p, &sign));
+    std::string what;
+    for (const uint32_t e : entries) what += std::to_string(e) + " ";
+    ASSERT_EQ(sign, expected) << what;
+    ASSERT_EQ(P.get(), entries);
+}
+
+TEST(Permutations, SignOfAnyEntriesIsTheParityOfTheStatedSort) {
+    for (uint32_t n = 0; n <= 5; n++) { // all n^n
+        uint64_t count = 1;
+        for (uint32_t i = 0; i < n; i++) count *= n;
+        for (uint64_t k = 0; k < count; k++) {
+            Entries entries(n);
+            uint64_t digits = k;
+            for (uint32_t &e : entries) {
+                e = static_cast<uint32_t>(digits % n);
+                digits /= n;
+            }
+            expect_literal_sign(entries);
+        }
+    }
+    test::Random random(5);
+    for (uint32_t round = 0; round < 3000; round++) {
+        Entries entries(random.below(70));
+        const uint64_t range = 1 + random.below(entries.size() + 3);
+        for (uint32_t &e : entries) e = random.below(30) ? static_cast<uint32_t>(random.below(range)) : UINT32_MAX;
+        expect_literal_sign(entries);
+    }
+    for (const Entries &outside : {Entries{UINT32_MAX, 1}, Entries{1, UINT32_MAX}, Entries{0, UINT32_MAX, 1}})
+        expect_literal_sign(outside);
+}
+
+// A permutation of negative size holds none; every operation treats it so.
+TEST(Permutations, OfNegativeSizeHaveNoEntries) {
+    for (const int32_t size : {-1, -3, INT32_MIN}) {
+        SCOPED_TRACE(size);
+        Perm P, other, three({2, 0, 1}), fresh;
+        expect_success(sarvo_mh_px_get(size, &P.p));
+        expect_success(sarvo_mh_px_get(size, &other.p));
+        const std::string refused = "Incorrect dimension: " + std::to_string(size);
+        EXPECT_EQ(P.p->elems, nullptr);
+        sarvo_mh_px_ident(P.p);
+        sarvo_mh_px_free(P.p); // does nothing
+
+        // What would make such a size is refused, what has it already is left alone.
+        expect_error(sarvo_mh_px_copy(P.p, &three.p), 0, {refused});
+        expect_error(sarvo_mh_px_inv(P.p, &three.p), 0, {refused});
+        expect_error(sarvo_mh_px_inv(P.p, &fresh.p), 0, {refused});
+        expect_error(sarvo_mh_px_mlt(P.p, other.p, &fresh.p), 0, {refused});
+        EXPECT_EQ(fresh.p, nullptr);
+        expect_success(sarvo_mh_px_copy(P.p, &other.p));
+        expect_success(sarvo_mh_px_inv(P.p, &other.p));
+        expect_success(sarvo_mh_px_inv(P.p, &P.p));
+        expect_success(sarvo_mh_px_mlt(P.p, other.p, &three.p)); // which is larger, and keeps its size
+        EXPECT_EQ(three.get(), (Entries{2, 0, 1}));
+        expect_error(sarvo_mh_px_mlt(P.p, three.p, &fresh.p), SarvoMHSizesEC, {wrong});
+
+        int32_t sign = 0;
+        expect_success(sarvo_mh_px_sign(P.p, &sign));
+        EXPECT_EQ(sign, 1);
+        expect_success(sarvo_mh_px_transp(P.p, 0, 0));
+        expect_success(sarvo_mh_px_transp(P.p, 0, 7));
+
+        // Applied, it is the permutation of no entries.
+        Vec x({1, 2, 3}), y, z;
+        expect_success(sarvo_mh_px_vec(P.p, x.p, &y.p));
+        expect_success(sarvo_mh_pxinv_vec(P.p, x.p, &z.p));
+        expect_success(sarvo_mh_px_vec(P.p, x.p, &x.p));
+        expect_success(sarvo_mh_pxinv_vec(P.p, x.p, &x.p));
+        for (const Vec *v : {&x, &y, &z}) EXPECT_EQ(v->get(), (Doubles{1, 2, 3}));
+
+        // Its size is that of no matrix and no vector, an empty one included.
+        Mat A(0, 0), M;
+        Vec empty(Doubles{});
+        double cond;
+        expect_error(sarvo_mh_px_rows(P.p, A.p, &M.p), SarvoMHSizesEC, {wrong});
+        expect_error(sarvo_mh_px_cols(P.p, A.p, &M.p), SarvoMHSizesEC, {wrong});
+        const std::string permutation_text = "Sizes of input matrix and permutation are not consistent.",
+                          vector_text =
+                              "Sizes of input matrix and vector are not consistent or input matrix is not square.";
+        expect_error(sarvo_mh_LUfactor(A.p, P.p), 0, {permutation_text});
+        expect_error(sarvo_mh_LUcondest(A.p, P.p, &cond), 0, {permutation_text});
+        expect_error(sarvo_mh_LUsolve(A.p, P.p, empty.p, &y.p), 0, {vector_text});
+        expect_error(sarvo_mh_LUTsolve(A.p, P.p, empty.p, &y.p), 0, {vector_text});
+        // Records that claim as many rows as the size has bits are not mistaken for its equals.
+        MAT wide = {}, high = {};
+        wide.cols = wide.max_cols = high.rows = high.max_rows = static_cast<uint32_t>(size);
+        VEC long_vector = {};
+        long_vector.dim = static_cast<uint32_t>(size);
+        expect_error(sarvo_mh_px_rows(P.p, &high, &M.p), SarvoMHSizesEC, {wrong});
+        expect_error(sarvo_mh_px_cols(P.p, &wide, &M.p), SarvoMHSizesEC, {wrong});
+        expect_error(sarvo_mh_LUfactor(&high, P.p), 0, {permutation_text});
+        high.cols = high.rows;
+        expect_error(sarvo_mh_LUcondest(&high, P.p, &cond), 0, {permutation_text});
+        expect_error(sarvo_mh_LUsolve(&high, P.p, &long_vector, &y.p), 0, {vector_text});
+        expect_error(sarvo_mh_LUTsolve(&high, P.p, &long_vector, &y.p), 0, {vector_text});
+
+        // Sparse routines compare sizes likewise; a factorisation and a sort give it the size that they need.
+        SPMAT *S = nullptr, *T = nullptr;
+        expect_success(sarvo_mh_sp_get(0, 0, 1, &S));
+        expect_error(sarvo_mh_sp_permute(S, P.p, nullptr, &T), SarvoMHSizesEC, {"sp_permute", wrong});
+        expect_error(sarvo_mh_spLUfactor(S, P.p, 0.1), SarvoMHSizesEC, {"spLUfactor", wrong});
+        expect_error(sarvo_mh_spLUsolve(S, P.p, empty.p, &y.p), SarvoMHSizesEC, {"spLUsolve", wrong});
+        expect_error(sarvo_mh_spLUTsolve(S, P.p, empty.p, &y.p), SarvoMHSizesEC, {"spLUTsolve", wrong});
+        sarvo_mh_sp_free(S);
+        EXPECT_EQ(listing([&](FILE *stream) { sarvo_mh_px_foutput(stream, P.p); }),
+                  "Permutation: [size=" + std::to_string(static_cast<uint32_t>(size)) + "]\nNULL\n");
+        expect_success(sarvo_mh_v_sort(empty.p, &other.p));
+        EXPECT_EQ(other.p->size, 0u);
+        expect_success(sarvo_mh_v_sort(x.p, &P.p));
+        EXPECT_EQ(P.get(), (Entries{0, 1, 2}));
+    }
+}
+
+// x(i) = x(px(i)) as stated for one vector: along the cycles from the lowest place, an entry met twice ends one.
+Doubles literal_in_place(Entries px, Doubles x) {
+    const auto n = static_cast<uint32_t>(px.size());
+    for (uint32_t i = 0; i < n; i++) {
+        if (px[i] >= n) continue;
+        const double saved = x[i];
+        uint32_t cur = i, nxt = px[i];
+        while (true) {
+            x[cur] = x[nxt];
+            px[cur] += n;
+            if (px[nxt] >= n) break;
+            if (px[nxt] == i) {
+                x[nxt] = saved;
+                px[nxt] += n;
+                break;
+            }
+            cur = nxt;
+            nxt = px[nxt];
+        }
+    }
+    return x;
+}
+
+TEST(Permutations, AppliedInPlaceWithRepeatedEntriesFollowTheStatedCyclesAndStayUnchanged) {
+    test::Random random(6);
+    for (const uint32_t n : {1u, 2u, 3u, 4u, 9u, 255u, 256u, 257u, 600u})
+        for (int round = 0; round < 200; round++) {
+            Entries entries(n);
+            for (uint32_t &e : entries) e = static_cast<uint32_t>(random.below(n));
+            Entries sorted = entries;
+            std::sort(sorted.begin(), sorted.end());
+            const bool distinct = std::adjacent_find(sorted.begin(), sorted.end()) == sorted.end();
+            const Doubles before = values(n + 2, random);
+            const Perm P(entries);
+            Vec x(before), y(before);
+            expect_success(sarvo_mh_px_vec(P.p, x.p, &x.p));
+            EXPECT_EQ(x.get(), literal_in_place(entries, before));
+            EXPECT_EQ(P.get(), entries);
+            if (distinct) {
+                expect_success(sarvo_mh_pxinv_vec(P.p, y.p, &y.p));
+            } else {
+                expect_error(sarvo_mh_pxinv_vec(P.p, y.p, &y.p), SarvoMHBoundsEC, {out_of_bounds});
+                EXPECT_EQ(y.get(), before);
+            }
+            EXPECT_EQ(P.get(), entries);
+        }
+}
+
 TEST(Permutations, SizesAndCoincidences) {
     Perm two({1, 0}), three({2, 0, 1}), none(Entries{}), out({3, 2, 1, 0}), fresh;
     Vec four({1, 2, 3, 4}), longer({9, 9, 9, 9}), one({1});

@@ -51,13 +51,18 @@ TEST(Sort, MakesTheStatedExchanges) {
         for (int kind = 0; kind < 7; kind++)
             for (int round = 0; round < 3; round++) {
                 Doubles expected = sequence(n, kind, random);
-                Vec alone(expected), mirrored(expected);
+                Vec alone(expected), without_memory(expected), mirrored(expected);
                 std::vector<uint32_t> order(n);
                 for (uint32_t i = 0; i < n; i++) order[i] = i;
                 literal_sort(expected, order, 0, static_cast<int64_t>(n) - 1);
                 const std::string what = "n = " + std::to_string(n) + ", kind " + std::to_string(kind);
                 expect_success(sarvo_mh_v_sort(alone.p, nullptr));
                 expect_bits(alone.get(), expected, what);
+                test::memory::arm(1, true);
+                const sarko_error_t e = sarvo_mh_v_sort(without_memory.p, nullptr);
+                test::memory::disarm();
+                expect_success(e);
+                expect_bits(without_memory.get(), expected, what + ", no memory");
                 Perm p;
                 expect_success(sarvo_mh_v_sort(mirrored.p, &p.p));
                 expect_bits(mirrored.get(), expected, what + " with the order");

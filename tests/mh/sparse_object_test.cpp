@@ -46,6 +46,35 @@ TEST(SparseRows, GrowByTheStatedRule) {
     sarko_error_clear(e);
 }
 
+TEST(SparseRows, KeepAllEntriesThroughAReallocation) {
+    const auto fill = [](SPROW *row) {
+        for (int32_t k = 0; k < row->maxlen; k++) row->elt[k] = {k + 1, k + 2, k + 3, 0.5 + k};
+    };
+    const auto expect_kept = [](const SPROW *row, int32_t kept, const std::string &what) {
+        for (int32_t k = 0; k < row->len; k++) {
+            const row_elt expected = k < kept ? row_elt{k + 1, k + 2, k + 3, 0.5 + k} : row_elt{};
+            EXPECT_EQ(test::bytes(row->elt + k, sizeof expected), test::bytes(&expected, sizeof expected))
+                << what << ", entry " << k;
+        }
+    };
+    for (const int32_t len : {0, 1, 3, 4})
+        for (const int32_t n : {5, 9, 100}) {
+            Row row, grown;
+            expect_success(sarvo_mh_sprow_get(4, &row.p));
+            fill(row.p);
+            row.p->len = 4;
+            expect_success(sarvo_mh_sprow_resize(&row.p, len)); // the entries after len wait
+            expect_success(sarvo_mh_sprow_resize(&row.p, n));
+            EXPECT_EQ(std::pair(row.p->len, row.p->maxlen), std::pair(n, n));
+            expect_kept(row.p, 4, "resize " + std::to_string(len) + " to " + std::to_string(n));
+            expect_success(sarvo_mh_sprow_get(4, &grown.p));
+            fill(grown.p);
+            grown.p->len = len;
+            expect_success(sarvo_mh_sprow_xpd(&grown.p, n));
+            expect_kept(grown.p, 4, "xpd " + std::to_string(len) + " to " + std::to_string(n));
+        }
+}
+
 TEST(SparseRows, RecordTheirRoomAsEachInsertionSaysItIs) {
     Row row;
     expect_success(sarvo_mh_sprow_get(0, &row.p));

@@ -151,10 +151,16 @@ TEST(Sort, LeavesWhatTheStatedPassesLeave) {
                                 : -1e300 * random.uniform();
             Doubles expected = x;
             test::literal::shell_sort(expected, n);
-            sarvo_vector *v = test::vector_of(x);
+            sarvo_vector *v = test::vector_of(x), *w = test::vector_of(x);
+            const std::string what = "n = " + std::to_string(n) + ", kind " + std::to_string(kind);
             expect_success(sarvo_nr_sort_shell(v, n));
-            test::expect_equal_bits(static_cast<double *>(v->data), expected.data(), x.size(),
-                                    "n = " + std::to_string(n) + ", kind " + std::to_string(kind));
+            test::expect_equal_bits(static_cast<double *>(v->data), expected.data(), x.size(), what);
+            test::memory::arm(1, true); // no memory at all
+            const sarko_error_t e = sarvo_nr_sort_shell(w, n);
+            test::memory::disarm();
+            expect_success(e);
+            test::expect_equal_bits(static_cast<double *>(w->data), expected.data(), x.size(), what + ", no memory");
+            sarvo_vector_free(w);
             if (kind != 3) {
                 for (const uint64_t whole : {uint64_t{0}, n + 4, UINT64_MAX}) {
                     expect_success(sarvo_nr_sort_shell(v, whole));

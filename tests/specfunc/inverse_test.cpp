@@ -97,4 +97,25 @@ TEST(Inverses, AreThePlainBisectionsAtTheEndsOfTheirRange) {
     for (const double w : {3e-13, 1e-14, 4e-16}) expect_beta(0.01, 0.02, literal::beta(0.01, 0.02, w));
 }
 
+// Shapes whose plain search takes hours: that all n below the last are below p is left to the bounds, the rest of the
+// plain bisection is made.
+TEST(Inverses, OfShapesUpToTheLargestPlainOnesEndAsThePlainBisections) {
+    for (const double a : {3e5, 3e7, 5e7, 99999999.0, 1e8})
+        for (const double p : {1e-300, 1e-12, 0.1, 0.4, 0.5, 0.6, 0.9, 1.0 - 1e-12, 1.0 - 0x1p-53, 1.0}) {
+            const double x = sarvo_rnd_gammadf_inv(a, p);
+            double hi = std::ceil(x), lo = hi - 1.0;
+            EXPECT_GE(literal::gamma(a, hi), p) << a << " " << p;
+            EXPECT_LT(literal::gamma(a, lo), p) << a << " " << p;
+            double m = 0.0;
+            for (;;) {
+                m = (lo + hi) / 2;
+                if (m == lo || m == hi) break;
+                const double P = literal::gamma(a, m);
+                if (P == p) break;
+                (P > p ? hi : lo) = m;
+            }
+            EXPECT_EQ(bits(x), bits(m)) << a << " " << p;
+        }
+}
+
 } // namespace

@@ -127,10 +127,10 @@ SARVO_API sarko_error_t sarvo_mh_v_max(const VEC *x, uint64_t *imax, double *vma
  * of equal elements and of NaNs are defined: i = l - 1, j = r; repeat { i up while x(++i) < pivot; j down while
  * x(--j) > pivot and j > 0; stop when i >= j; exchange x(i), x(j) }; exchange x(i), x(r). Not stable. Without `order`,
  * values without NaNs and without zeros of both signs are sorted to the same result in other ways: from 4000 elements
- * on by their bits in linear time with scratch of 8 x.dim bytes. Otherwise sorted input costs about x.dim^2 / 2
- * comparisons.
- * Errors, in order: x null: SarvoMHNullEC; order given and x.dim above 2^31 - 1: SarvoMHSizesEC; the allocator's. x is
- * untouched then. */
+ * on by their bits in linear time with scratch of 8 x.dim bytes; where that is refused, in place. Otherwise sorted
+ * input costs about x.dim^2 / 2 comparisons.
+ * Errors, in order: x null: SarvoMHNullEC; order given and x.dim above 2^31 - 1: SarvoMHSizesEC; the allocator's for
+ * *order. x is untouched then; without `order` there is no error but the first. */
 SARVO_API sarko_error_t sarvo_mh_v_sort(VEC *x, PERM **order);
 
 /* 1-, 2- and maximum-norm of x or, with a scale vector (may be null), of x(i) / scale(i), where a scale element exactly

@@ -10,7 +10,9 @@ extern "C" {
 
 /* Entries are followed as they stand: each is checked against the size (SarvoMHBoundsEC), that they are distinct is
  * not, except where said. "At least": *out is resized only when null or smaller. A null `out` is reported like a null
- * operand; the allocator's errors come after all checks but that of the entries. */
+ * operand; the allocator's errors come after all checks but that of the entries. A permutation of negative size has no
+ * entries: a result that would have to take its size is refused ("Incorrect dimension: %d"), and no matrix has it. An
+ * operand that is const is never written, so any number of threads may share it. */
 
 /* ---- Permutations ---- */
 
@@ -25,8 +27,11 @@ SARVO_API sarko_error_t sarvo_mh_px_inv(const PERM *px, PERM **out);
  * allocator's; an entry of px2 out of range: SarvoMHBoundsEC, the entries before it are written. */
 SARVO_API sarko_error_t sarvo_mh_px_mlt(const PERM *px1, const PERM *px2, PERM **out);
 
-/* *sign = +1 for an even, -1 for an odd permutation: by its cycles, or by the parity of the exchanges of a quicksort
- * when the entries are not a permutation. Uses a copy.
+/* *sign = +1 for an even, -1 for an odd permutation. Entries that are no permutation give the parity of the exchanges
+ * of this quicksort, compared as unsigned numbers: of a range of m >= 2 elements the first, p, is the pivot; from i = 0
+ * and j = m, i steps up until x(i) >= p or i = m, then j steps down until x(j) <= p; if i < j the two are exchanged and
+ * both go on; else x(0) and x(j) trade places, which counts unless j = 0, and the ranges before and after j are sorted.
+ * Uses a copy. Cost: linear; for entries that are no permutation that of the quicksort, quadratic at worst.
  * Errors, in order: null: SarvoMHNullEC; the allocator's. */
 SARVO_API sarko_error_t sarvo_mh_px_sign(const PERM *px, int32_t *sign);
 
@@ -34,13 +39,15 @@ SARVO_API sarko_error_t sarvo_mh_px_sign(const PERM *px, int32_t *sign);
 SARVO_API sarko_error_t sarvo_mh_px_transp(PERM *px, uint32_t i, uint32_t j);
 
 /* out(i) = x(px(i)) for i below px's size; *out at least of x.dim elements, those from px's size on are not written.
- * out may be x; px is then changed during the call and restored. A permutation of size 0 copies x.
+ * A permutation without entries copies x. out may be x: then each cycle is followed from its lowest place and ends
+ * where an entry is met twice; scratch of 4 bytes an entry, allocated where there are more than 256.
  * Errors, in order: null: SarvoMHNullEC; x shorter than px: SarvoMHSizesEC; the allocator's; an entry out of range:
- * SarvoMHBoundsEC, the elements before it are written (in place: nothing is). */
+ * SarvoMHBoundsEC, the elements before it are written. In place the entries are checked before the scratch is
+ * allocated, and nothing is written on an error. */
 SARVO_API sarko_error_t sarvo_mh_px_vec(const PERM *px, const VEC *x, VEC **out);
 
-/* out(px(i)) = x(i): the inverse of px applied. As sarvo_mh_px_vec in all else; in place px is inverted and inverted
- * back, so an entry met twice is SarvoMHBoundsEC too, and px may then be left changed. */
+/* out(px(i)) = x(i): the inverse of px applied. As sarvo_mh_px_vec in all else; in place an entry met twice is
+ * SarvoMHBoundsEC too, after the scratch is allocated. */
 SARVO_API sarko_error_t sarvo_mh_pxinv_vec(const PERM *px, const VEC *x, VEC **out);
 
 /* Row i of out = row px(i) of A; *out sized to A's shape, not A.

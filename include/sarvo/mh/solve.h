@@ -28,7 +28,10 @@ SARVO_API sarko_error_t sarvo_mh_LUfactor(MAT *A, PERM *pivot);
  * Errors, in order: null: "Input matrix and/or permutation and/or vector are/is not initialized."; LU not square or of
  * another order than b.dim: "Sizes of input matrix and vector are not consistent or input matrix is not square."; pivot
  * of another size: the same; the allocator's; an entry of pivot out of range: SarvoMHBoundsEC; a diagonal element of U
- * that is 0, or a non-finite numerator: SarvoMHSingEC, *x is then partly solved. */
+ * that is 0, or a non-finite numerator: SarvoMHSingEC, *x is then partly solved. LUTsolve exchanges last, as
+ * sarvo_mh_pxinv_vec in place does: an entry out of range or met twice is SarvoMHBoundsEC after the solves, and so
+ * comes the allocator's error for the scratch of more than 256 entries; *x then holds what was not exchanged yet.
+ * Factors and pivot are not written: threads may solve with the same ones. */
 SARVO_API sarko_error_t sarvo_mh_LUsolve(const MAT *LU, const PERM *pivot, const VEC *b, VEC **x);
 SARVO_API sarko_error_t sarvo_mh_LUTsolve(const MAT *LU, const PERM *pivot, const VEC *b, VEC **x);
 

@@ -99,13 +99,15 @@ SARVO_API sarko_error_t sarvo_mh_sprow_get(int32_t maxlen, SPROW **out);
 SARVO_API int32_t sarvo_mh_sprow_free(SPROW *row);
 
 /* Growth. *row null: a record is made first. No array: n zeroed entries, len 0. Else room for newlen = n entries if
- * len < n, max(2 len + 1, 10) if not: the entries behind len are zeroed, an array that is too small is reallocated to
- * newlen, and len becomes newlen: the caller fills the tail and sets len back to what it used.
+ * len < n, max(2 len + 1, 10) if not: in an array that is large enough the entries after len are zeroed; one that is
+ * too small is reallocated to newlen, where all maxlen entries stay and new ones are zeroed. len becomes newlen: the
+ * caller fills the tail and sets len back to what it used.
  * Errors: the allocator's (a negative n without an array is more than it can give); the row is as before. */
 SARVO_API sarko_error_t sarvo_mh_sprow_xpd(SPROW **row, int32_t n);
 
 /* Sets len to n. Null: made by sarvo_mh_sprow_get(n). With an array of at least n entries, or len n already, nothing
- * else happens; otherwise the array is reallocated and len = maxlen = n. New entries are zeroed: fill them.
+ * else happens; otherwise the array is reallocated and len = maxlen = n: all maxlen entries stay, those after len too,
+ * new ones are zeroed.
  * Errors, in order: n negative: SarvoMHNegEC "sprow_resize"; the allocator's. */
 SARVO_API sarko_error_t sarvo_mh_sprow_resize(SPROW **row, int32_t n);
 

@@ -12,9 +12,9 @@ extern "C" {
  * The elements are taken for doubles: the data-type id is not looked at.
  * The result is that of Shell's passes of gapped insertion with the increments ..., 40, 13, 4, 1 up to the count, which
  * move an element past predecessors strictly greater: where that decides (NaNs, zeros of both signs) they are made.
- * Otherwise the sorted sequence is unique and, from 4000 elements on, found by the bits of the values.
- * Errors, in order: v null: SarvoNullEC; v of length 0: SarvoNrSizeEC; the allocator's (from 4000 elements on, scratch
- * about count doubles; v is unchanged then). */
+ * Otherwise the sorted sequence is unique and, from 4000 elements on, found by the bits of the values with scratch of
+ * about count doubles; where that is refused, in place, with the same result.
+ * Errors, in order: v null: SarvoNullEC; v of length 0: SarvoNrSizeEC. Never for want of memory. */
 SARVO_API sarko_error_t sarvo_nr_sort_shell(sarvo_vector *v, uint64_t count);
 
 #ifdef __cplusplus

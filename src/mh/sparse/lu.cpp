@@ -314,7 +314,7 @@ extern "C" {
 
 sarko_error_t sarvo_mh_spLUfactor(SPMAT *A, PERM *px, double alpha) {
     if (!A || !px) return fail_in(SarvoMHNullEC, "spLUfactor");
-    if (px->size != static_cast<uint32_t>(A->m)) return fail_in(SarvoMHSizesEC, "spLUfactor");
+    if (!sarvo::mh::has_size(*px, static_cast<uint64_t>(A->m))) return fail_in(SarvoMHSizesEC, "spLUfactor");
     if (!(alpha > 0.0 && alpha <= 1.0)) return fail_in(SarvoMHRangeEC, "spLUfactor");
     Factorisation factorisation;
     if (sarko_error_t e = factorisation.allocate(*A)) return e;

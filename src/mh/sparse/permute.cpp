@@ -9,6 +9,9 @@ using sarvo::mh::Result;
 
 namespace {
 
+// Null is the natural order, of any size.
+bool fits(const PERM *px, int32_t n) { return !px || sarvo::mh::has_size(*px, static_cast<uint64_t>(n)); }
+
 // place[px(k)] = k. False when px is no permutation of 0 .. n-1. Null is the natural order.
 bool invert(const PERM *px, int32_t n, int32_t *place) {
     for (int32_t k = 0; k < n; k++) place[k] = px ? -1 : k;
@@ -54,8 +57,7 @@ extern "C" {
 
 sarko_error_t sarvo_mh_sp_permute(const SPMAT *A, const PERM *rows, const PERM *cols, SPMAT **out) {
     if (!A || !out) return fail_in(SarvoMHNullEC, "sp_permute");
-    if ((rows && rows->size != static_cast<uint32_t>(A->m)) || (cols && cols->size != static_cast<uint32_t>(A->n)))
-        return fail_in(SarvoMHSizesEC, "sp_permute");
+    if (!fits(rows, A->m) || !fits(cols, A->n)) return fail_in(SarvoMHSizesEC, "sp_permute");
     if (*out == A) return fail_in(SarvoMHInsituEC, "sp_permute");
     sarvo::Buffer<int32_t> row_place, col_place;
     if (sarko_error_t e = row_place.allocate_unset(static_cast<uint64_t>(A->m))) return e;

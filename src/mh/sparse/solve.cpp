@@ -62,7 +62,7 @@ sarko_error_t solve_lu(const SPMAT &LU, const uint32_t *px, const VEC &b, VEC **
 
 sarko_error_t check(const SPMAT *F, const PERM *px, const VEC *b, VEC *const *x, const char *name) {
     if (!F || !px || !b || !x) return fail_in(SarvoMHNullEC, name);
-    if (F->m != F->n || b->dim != at(F->n) || px->size != b->dim) return fail_in(SarvoMHSizesEC, name);
+    if (F->m != F->n || b->dim != at(F->n) || !sarvo::mh::has_size(*px, b->dim)) return fail_in(SarvoMHSizesEC, name);
     for (uint64_t i = 0; i < b->dim; i++)
         if (px->elems[i] >= b->dim) return fail_in(SarvoMHBoundsEC, name);
     return 0;

@@ -18,12 +18,14 @@ inline int32_t twice_and_one(int32_t count) { return count > (INT32_MAX - 1) / 2
 // The growth rule of rows that are full.
 inline int32_t grown(int32_t len) { return len > 4 ? twice_and_one(len) : 10; }
 
-// Exactly `count` entries of room, the old ones kept and those behind `len` zeroed. maxlen is left to the caller.
+// Exactly `count` entries of room: the old ones stay, those after `len` too, new ones are zeroed. maxlen is left to the
+// caller.
 [[nodiscard]] inline sarko_error_t reallocate(SPROW &row, int32_t count) {
+    const int32_t kept = row.elt ? row.maxlen : 0;
     void *elements = row.elt;
     if (sarko_error_t e = sarko_mem_realloc(static_cast<uint64_t>(count) * sizeof(row_elt), &elements)) return e;
     row.elt = static_cast<row_elt *>(elements);
-    if (count > row.len) memset(row.elt + row.len, 0, static_cast<uint64_t>(count - row.len) * sizeof(row_elt));
+    if (count > kept) memset(row.elt + kept, 0, static_cast<uint64_t>(count - kept) * sizeof(row_elt));
     return 0;
 }
 

@@ -4,12 +4,26 @@
 namespace sarvo::simd::ref {
 namespace {
 
-bool ends(double old, double f, bool patient) {
+constexpr double most_steps = 0x1p24;
+
+// The step and the change from which on a convergent that hardly moves ends a fraction.
+struct Patience {
+    double steps, change;
+};
+Patience patience(double steps) {
+    volatile double one = 1.0, tiny = 0x1p-60;
+    const bool nearest = one + tiny == 1.0 && one - tiny == 1.0;
+    return nearest ? Patience{steps, 0x1p-52} : Patience{100.0, 0x1p-48};
+}
+
+bool ends(double old, double f, double step, const Patience &patient) {
     const double change = __builtin_fabs(f - old), size = __builtin_fabs(f);
-    return __builtin_fabs(old) == size || f != f || (patient && change <= 0x1p-52 * size);
+    if (__builtin_fabs(old) == size || f != f || step >= most_steps) return true;
+    return step >= patient.steps && change <= patient.change * size;
 }
 
 double beta_fraction(double a, double b, double x) {
+    const Patience patient = patience(100000.0);
     double A_prev = 0.0, A = 1.0, B_prev = 1.0, B = 1.0, f = 1.0, s = 1.0, m = 0.0, q = a, r = a;
     for (;;) {
         const double old = f;
@@ -25,11 +39,12 @@ double beta_fraction(double a, double b, double x) {
         s = 1.0 / B;
         f = A * s;
         q += 1.0;
-        if (ends(old, f, m >= 100000.0)) return f;
+        if (ends(old, f, m, patient)) return f;
     }
 }
 
 double gamma_fraction(double a, double x) {
+    const Patience patient = patience(1e7);
     double P0 = 1.0, P1 = x, Q0 = 0.0, Q1 = 1.0, fac = 1.0, n = 0.0, g = 1.0 / x, old = 0.0;
     for (;;) {
         n += 1.0;
@@ -44,7 +59,7 @@ double gamma_fraction(double a, double x) {
             old = g;
             g = P0 * fac;
         }
-        if (ends(old, g, n >= 1e7)) return g;
+        if (ends(old, g, n, patient)) return g;
     }
 }
 
