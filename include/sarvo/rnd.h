@@ -22,9 +22,9 @@
  *
  * Every call answers within a second, whatever its arguments. The plain loops are given up after 2^26 terms of a series
  * (2^22 for shapes above 2^900) and 2^24 steps of a fraction (2^20 for x above 2^900): some 0.3 s. Then
- * - gamma functions of shapes from 10^8 on come from the uniform expansion in eta, eta^2 / 2 = x/a - 1 - ln(x/a) (Temme,
- *   1979): half of Q(1/2, a eta^2 / 2) and one correction, within 10^-10 relatively; of smaller shapes, where x is far
- *   below a + 1, a fraction is 1 minus the series;
+ * - gamma functions of shapes from 10^8 on come from the uniform expansion in eta, eta^2 / 2 = x/a - 1 - ln(x/a)
+ *   (Temme, 1979): half of Q(1/2, a eta^2 / 2) and one correction, within 10^-10 relatively; of smaller shapes, where x
+ *   is far below a + 1, a fraction is 1 minus the series;
  * - beta functions with a shape from 2^30 on come from the like for two shapes from 10^5 on (Temme, 1982), otherwise
  *   from the gamma function of the smaller shape at -T ln of the argument that belongs to the larger one, T the larger
  *   shape plus half of (the smaller minus 1): within 10^-6 relatively, mostly 10^-9; of smaller shapes, where x is far
