@@ -175,8 +175,9 @@ SARVO_API int32_t sarvo_lsq_convtest(sarvo_lsq *lsq);
 /* *covar = pseudo-inverse of alpha (npar x npar), decomposed afresh with a derived threshold; V and w are copied into
  * the record (unsorted). *covar null is allocated, a smaller one resized, a larger one keeps its size.
  * Multiply by chisq / (ndata - npar) for the covariance of parameters when the weights are not known variances.
- * alpha is that of the start of the last iteration. svd holds its decomposition afterwards, with the threshold of before
- * and with rank and nullity counted by that one.
+ * alpha is that of the start of the last iteration. svd holds its decomposition afterwards, with the derived threshold and
+ * the rank and nullity by it: sarvo_nr_svd_nullspace gives the directions that the data leave open. A failed
+ * decomposition leaves the threshold 0.
  * Wrap: "Cannot calculate covariance matrix.". Errors, in order: null: SarvoNullEC; solver not 1:
  * SarvoLsqInvalidSetupEC; storage not allocated: SarvoLsqInitEC; the decomposition's; the allocator's. */
 SARVO_API sarko_error_t sarvo_lsq_covar(sarvo_matrix **covar, sarvo_lsq *lsq);

@@ -2,7 +2,6 @@
 #include <sarvo/lsq.h>
 
 #include "normal.h"
-#include "nr/rank.h"
 
 using sarvo::fail;
 
@@ -18,18 +17,16 @@ sarko_error_t keep_factors(sarvo_lsq &lsq) {
     return sarvo_vector_copy(svd.w, 0, n, &lsq.w, 0);
 }
 
-// The inverse under a threshold derived from alpha. That of the solves is put back, so that later damped matrices are not
-// cut off, and the counts are made to agree with it.
+// The inverse under a threshold derived from alpha. It stays with the decomposition, so that rank, nullity and the bases
+// tell what the data leave open; the next iteration puts its own in place.
 sarko_error_t invert_alpha(sarvo_matrix **covar, sarvo_lsq &lsq) {
     sarvo_nr_svd &svd = *lsq.svd;
-    const double kept_threshold = svd.thresh;
     svd.thresh = -1.0;
-    sarko_error_t e = sarvo_nr_svd_decompose(lsq.alpha, 0, 0, lsq.npar, lsq.npar, &svd);
-    if (!e) e = sarvo_nr_svd_invert(&svd, covar);
-
-    svd.thresh = kept_threshold;
-    if (svd.done == 1) sarvo::nr::count_rank(&svd);
-    return e;
+    if (sarko_error_t e = sarvo_nr_svd_decompose(lsq.alpha, 0, 0, lsq.npar, lsq.npar, &svd)) {
+        svd.thresh = 0.0;
+        return e;
+    }
+    return sarvo_nr_svd_invert(&svd, covar);
 }
 
 sarko_error_t covariance(sarvo_matrix **covar, sarvo_lsq *lsq) {

@@ -52,8 +52,10 @@ sarko_error_t linearise(sarvo_lsq &lsq, Workspace &work) {
     return 0;
 }
 
-// step = alpha^-1 beta through the decomposition, alpha being the damped matrix.
+// step = alpha^-1 beta through the decomposition, alpha being the damped matrix. Nothing of it is cut off, whatever
+// threshold a covariance has left.
 sarko_error_t solve(sarvo_lsq &lsq) {
+    lsq.svd->thresh = 0.0;
     if (sarko_error_t e = sarvo_nr_svd_decompose(lsq.alpha, 0, 0, lsq.npar, lsq.npar, lsq.svd)) return e;
     if (sarko_error_t e = sarvo_nr_svd_reorder(lsq.svd)) return e;
     lsq.rcond = lsq.svd->rcond;

@@ -5,7 +5,6 @@
 
 #include "block.h"
 #include "diagonal.h"
-#include "rank.h"
 
 namespace sarvo::nr {
 namespace {
@@ -116,7 +115,9 @@ void compute_statistics(sarvo_nr_svd *svd) {
         const double order = static_cast<double>(svd->m) + static_cast<double>(svd->n) + 1.0;
         svd->thresh = svd->eps * 0.5 * __builtin_sqrt(order) * largest;
     }
-    count_rank(svd);
+    svd->rank = 0;
+    for (uint64_t j = 0; j < svd->n; j++) svd->rank += w[j] > svd->thresh;
+    svd->nullity = static_cast<uint32_t>(svd->n) - svd->rank;
 }
 
 sarko_error_t decompose_checked(const sarvo_matrix *A, uint64_t first_row, uint64_t first_col, uint64_t rows,
