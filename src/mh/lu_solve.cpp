@@ -67,9 +67,9 @@ double norm_of_lower(const View &a) {
     return largest;
 }
 
-// Turns a singular system into *cond = infinity.
+// Turns a singular system into *cond = infinity. Before start-up all codes are 0 and tell nothing: the error stays.
 sarko_error_t forgive_singular(sarko_error_t e, double *cond) {
-    if (!e || sarko_error_code(e) != SarvoMHSingEC) return e;
+    if (!e || SarvoMHSingEC == 0 || sarko_error_code(e) != SarvoMHSingEC) return e;
     *cond = INFINITY;
     return sarko_error_clear(e);
 }

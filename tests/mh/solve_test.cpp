@@ -442,4 +442,25 @@ TEST(Solves, CheckTheirArgumentsInOrder) {
     EXPECT_EQ(same.get(), (Doubles{1.5, 2.5}));
 }
 
+// Until the library is started every code is 0: no error may pass for that of a singular matrix.
+TEST(LuCondest, BeforeStartUpTakesNoErrorForASingularMatrix) {
+    Mat LU(3, 3, {4, 1, 2, 0.5, 3, 1, 0.25, 0.5, 2});
+    Perm p({0, 1, 2});
+    const uint32_t code = SarvoMHSingEC;
+    double cond = -1.0;
+    SarvoMHSingEC = 0;
+    uint64_t refused = 0;
+    for (uint64_t k = 1; k < 20; k++) { // each allocation in turn
+        test::memory::arm(k, false);
+        const sarko_error_t e = sarvo_mh_LUcondest(LU.p, p.p, &cond);
+        const bool failed = test::memory::disarm();
+        refused += failed;
+        EXPECT_EQ(e != 0, failed) << k;
+        EXPECT_TRUE(e || std::isfinite(cond)) << k;
+        sarko_error_clear(e);
+    }
+    SarvoMHSingEC = code;
+    EXPECT_GT(refused, 0u);
+}
+
 } // namespace
