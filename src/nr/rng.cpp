@@ -59,11 +59,14 @@ double uniform(sarvo_nr_rng_t &rng) {
     return static_cast<double>(k >> 32) * 0x1p-32 + static_cast<double>(k & 0xFFFFFFFF) * 0x1p-64;
 }
 
+// Rejections in a row after which a deviate is NaN: a generator that draws zeros only, of an unknown method or with a state
+// of zeros, has no others. A good one has fewer for all time.
+constexpr int most_rejections = 1000;
+
 double positive_uniform(sarvo_nr_rng_t &rng) {
-    double u;
-    do u = uniform(rng);
-    while (u == 0.0);
-    return u;
+    for (int i = 0; i < most_rejections; i++)
+        if (const double u = uniform(rng); u != 0.0) return u;
+    return NAN;
 }
 
 struct RatioPoint {
@@ -73,7 +76,7 @@ struct RatioPoint {
 // A point below the curve v^2 = -4 u^2 ln u, which lies between two quadratic bounds (Kinderman and Monahan 1977, Leva
 // 1992): v / u is a standard normal deviate.
 RatioPoint ratio_of_uniforms(sarvo_nr_rng_t &rng) {
-    for (;;) {
+    for (int i = 0; i < most_rejections; i++) {
         const double u = uniform(rng);
         const double v = 1.7156 * (uniform(rng) - 0.5);
         const double x = u - 0.449871;
@@ -83,6 +86,7 @@ RatioPoint ratio_of_uniforms(sarvo_nr_rng_t &rng) {
         if (q > 0.27846) continue;
         if (v * v <= -4.0 * elementary::log(u) * (u * u)) return {u, v};
     }
+    return {NAN, NAN};
 }
 
 // ---- Bulk ----
@@ -167,17 +171,21 @@ double sarvo_nr_rng_expdev(sarvo_nr_rng_t *rng, double beta) { return -elementar
 
 double sarvo_nr_rng_logdev(sarvo_nr_rng_t *rng, double mu, double sigma) {
     double u;
+    int rejections = 0;
     do u = uniform(*rng);
-    while (u * (1.0 - u) == 0.0);
+    while (u * (1.0 - u) == 0.0 && ++rejections < most_rejections);
+    if (rejections == most_rejections) return NAN;
     return mu + 0.5513288954217921 * sigma * elementary::log(u / (1.0 - u)); // sqrt(3) / pi
 }
 
 double sarvo_nr_rng_cauchydev(sarvo_nr_rng_t *rng, double mu, double sigma) {
     double x, u;
+    int rejections = 0;
     do {
         x = 2.0 * uniform(*rng) - 1.0;
         u = uniform(*rng);
-    } while (u == 0.0 || !(u * u + x * x < 1.0));
+    } while ((u == 0.0 || !(u * u + x * x < 1.0)) && ++rejections < most_rejections);
+    if (rejections == most_rejections) return NAN;
     return x * sigma / u + mu;
 }
 
@@ -202,6 +210,7 @@ double sarvo_nr_rng_gammadev(sarvo_nr_rng_t *rng, const sarvo_nr_rng_gamma_t *g)
         do {
             const RatioPoint p = ratio_of_uniforms(*rng);
             x = p.v / p.u;
+            if (x != x) return x;
             v = 1.0 + g->a2 * x;
         } while (v <= 0.0);
         v = v * v * v;

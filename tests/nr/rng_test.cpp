@@ -133,6 +133,12 @@ TEST(ClassicStream, OtherMethodsAreKeptAndDrawZeros) {
         double out[3] = {1, 1, 1};
         sarvo::nr_rng_fill(rng.get(), 3, out);
         EXPECT_EQ(out[0] + out[1] + out[2], 0.0);
+        sarvo_nr_rng_gamma_t gamma;
+        test::expect_success(sarvo_nr_rng_gammadev_init(&gamma, 2.5, 1.0));
+        for (const double x : {sarvo_nr_rng_expdev(rng.get(), 1.0), sarvo_nr_rng_logdev(rng.get(), 0.0, 1.0),
+                               sarvo_nr_rng_cauchydev(rng.get(), 0.0, 1.0), sarvo_nr_rng_normdev(rng.get(), 0.0, 1.0),
+                               sarvo_nr_rng_gammadev(rng.get(), &gamma)})
+            EXPECT_TRUE(std::isnan(x)) << "no deviate can be had of zeros";
     }
     sarvo_nr_rng_free(nullptr);
 }

@@ -16,7 +16,7 @@ extern "C" {
  * trials). No operation but the two that return an error fails or checks its arguments. One record is for one thread
  * at a time. */
 typedef struct sarvo_nr_rng_t {
-    int32_t method; /* 0, 1, 2 as below; any other: every draw is 0 */
+    int32_t method; /* 0, 1, 2 as below; any other: every draw is 0, every deviate NaN */
     uint64_t u;     /* congruential state (method 0) */
     uint64_t v;     /* xorshift state */
     uint64_t w;     /* multiply-with-carry state (methods 0 and 2) */
