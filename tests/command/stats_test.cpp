@@ -34,6 +34,42 @@ TEST(Stats, SumsUpColumns) {
     EXPECT_NE(equal.out.find("\nc1,2,7,0,0,,,7,7,7,7,7\n"), std::string::npos) << equal.out;
 }
 
+// The moments of data with known ones, far from 0: each figure is the exact one of the numbers as they are read.
+TEST(Stats, LosesNoDigitsOfLargeValuesThatLieCloseTogether) {
+    const auto figure = [](const Answer &a, const std::string &key) {
+        return std::strtod(a.out.c_str() + a.out.find("\"" + key + "\": ") + key.size() + 4, nullptr);
+    };
+    // Three kinds of values, m - 1, m, m + 1, in turn; 1001 times each: the variance is 2 n / 3 / (n - 1).
+    for (const double m : {0.0, 1e6, 1e9, 1e12, 4503599627370496.0})
+        for (const bool outlier_first : {false, true}) {
+            std::string text = outlier_first ? "0\n" : "";
+            for (int i = 0; i < 3003; i++) {
+                char line[40];
+                std::snprintf(line, sizeof line, "%.0f\n", m + i % 3 - 1);
+                text += line;
+            }
+            const Answer answer = sarvo("stats - --format json", text);
+            ASSERT_EQ(answer.exit_code, 0) << answer.err;
+            const double n = 3003.0;
+            if (!outlier_first) {
+                EXPECT_EQ(figure(answer, "mean"), m);
+                EXPECT_NEAR(figure(answer, "sd"), std::sqrt(2.0 * n / 3.0 / (n - 1.0)), 4e-16) << m;
+                EXPECT_NEAR(figure(answer, "skewness"), 0.0, 1e-15) << m;
+                EXPECT_NEAR(figure(answer, "kurtosis"), -1.5, 1e-15) << m;
+            } else { // with one value 0: M2 = 2 n / 3 + m^2 n / (n + 1)
+                const double m2 = 2.0 * n / 3.0 + m * m * n / (n + 1.0);
+                EXPECT_NEAR(figure(answer, "sd") / std::sqrt(m2 / n), 1.0, 4e-16) << m;
+            }
+        }
+    // Numbers of certificates: 0.2 and 0.4 beside 10^7 and 10^10 differ from the decimal ones by their last bit, so that
+    // the deviation of what is read is known to 8 and 5 digits only, and right to them.
+    for (const auto &[base, digits] : {std::pair{"10000000", 1e-8}, {"10000000000", 1e-5}}) {
+        std::string text = std::string(base) + ".2\n";
+        for (int i = 0; i < 500; i++) text += std::string(base) + ".1\n" + base + ".3\n";
+        EXPECT_NEAR(figure(sarvo("stats - --format json", text), "sd"), 0.1, digits);
+    }
+}
+
 TEST(Stats, KeepsARandomPartOfALongStream) {
     std::string numbers;
     for (int i = 1; i <= 20000; i++) numbers += std::to_string(i * 7919 % 20011) + "\n";

@@ -23,7 +23,9 @@ const char *const prose =
     "DATA is a text file of numbers (- for standard input), as for fit. Every column is summed up: number, mean,\n"
     "standard deviation (divisor n - 1; with weights the sum of weights), standard error of the mean, skewness, "
     "excess\n"
-    "kurtosis, extremes and quantiles, in one pass. Of standard input at most 100000 values a column are kept for the\n"
+    "kurtosis, extremes and quantiles; sums carry twice the digits, so that large values that lie close together lose "
+    "none.\n"
+    "Of standard input at most 100000 values a column are kept for the\n"
     "quantiles, a random part if there are more; of files all, unless --keep says otherwise.\n";
 
 struct Arguments {

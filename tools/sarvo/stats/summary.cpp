@@ -7,20 +7,21 @@
 namespace command {
 
 ColumnSummary::ColumnSummary(std::string name, uint64_t capacity, bool weighted)
-    : name_(std::move(name)), capacity_(capacity), weighted_(weighted) {
-    sarvo_rsamp_incr_init(&moments_);
+    : name_(std::move(name)), capacity_(capacity), weighted_(weighted), min_(HUGE_VAL), max_(-HUGE_VAL) {
     sarvo_rng_t *rng = nullptr;
     check(sarvo_rng_init(&rng, 1, 1)); // a fixed seed: equal input, equal output
     rng_.reset(rng);
 }
 
 void ColumnSummary::add(double x, double weight) {
-    if (weighted_) sarvo_rsamp_incr_add_w(&moments_, x, weight);
-    else sarvo_rsamp_incr_add(&moments_, x);
+    n_++;
+    min_ = std::min(min_, x);
+    max_ = std::max(max_, x);
+    moments_.add(x, weight);
     if (kept_.size() < capacity_) {
         kept_.push_back({x, weight});
     } else if (capacity_ > 0) {
-        const auto place = static_cast<uint64_t>(sarvo_rng_uniform(rng_.get()) * static_cast<double>(moments_.n));
+        const auto place = static_cast<uint64_t>(sarvo_rng_uniform(rng_.get()) * static_cast<double>(n_));
         if (place < capacity_) kept_[place] = {x, weight};
     }
 }
@@ -47,17 +48,22 @@ std::optional<double> ColumnSummary::quantile(double p) const {
 Summary ColumnSummary::result(const std::vector<double> &probabilities, size_t bins) {
     Summary s;
     s.name = name_;
-    s.n = moments_.n;
-    s.sum_of_weights = moments_.sum_w;
-    s.mean = moments_.mean;
-    s.min = moments_.min;
-    s.max = moments_.max;
-    if (moments_.n >= 2 && moments_.m2 != 0.0) {
-        sarvo_rsamp_incr_calc(&moments_);
-        s.sd = std::sqrt(moments_.variance);
-        s.skewness = moments_.skewness;
-        s.kurtosis = moments_.kurtosis;
-    } else if (moments_.n >= 2) {
+    moments_.finish();
+    s.n = n_;
+    s.sum_of_weights = weighted_ ? moments_.weight() : 0.0;
+    s.mean = moments_.mean();
+    s.min = min_;
+    s.max = max_;
+
+    // Variance with divisor n - 1, with weights the sum of weights W; skewness sqrt(W / M2^3) M3, excess kurtosis
+    // W M4 / M2^2 - 3, with W = n without weights.
+    const double W = moments_.weight(), m2 = moments_.second();
+    if (n_ >= 2 && m2 > 0.0 && max_ > min_) {
+        s.sd = std::sqrt(m2 / (weighted_ ? W : W - 1.0));
+        const double variance = m2 / W, deviation = std::sqrt(variance);
+        s.skewness = moments_.third() / W / variance / deviation;
+        s.kurtosis = moments_.fourth() / W / variance / variance - 3.0;
+    } else if (n_ >= 2) {
         s.sd = 0.0;
     }
     if (s.sd && !weighted_) s.standard_error = *s.sd / std::sqrt(static_cast<double>(s.n));

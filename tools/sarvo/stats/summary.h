@@ -7,9 +7,9 @@
 #include <vector>
 
 #include <sarvo/rng.h>
-#include <sarvo/rsamp.h>
 
 #include "library.h"
+#include "stats/moments.h"
 
 namespace command {
 
@@ -44,7 +44,9 @@ private:
     std::string name_;
     uint64_t capacity_;
     bool weighted_;
-    sarvo_rsamp_incr_t moments_;
+    uint64_t n_ = 0;
+    double min_, max_;
+    Moments moments_;
     std::vector<Kept> kept_;
     std::unique_ptr<sarvo_rng_t, Free> rng_;
 };
