@@ -166,6 +166,7 @@ TEST(BenchCommand, RefusesWhatMakesNoSense) {
         {"bench latency 1000", 2, "SIZE must be at least 1024 bytes"},
         {"bench scimark --fft 1000", 1, "Requested FFT size (1000) is a not power of two!"},
         {"bench scimark --sparse 10", 0, ""},
+        {"bench scimark --sor 2", 2, "the smallest grid with an interior has order 3"},
         {"bench scimark --sparse x,1", 2, "--sparse takes ROWS,ENTRIES"},
         {"bench memory 4 --plot x.gif", 2, "ends in .svg or .png"},
         {"bench compare nowhere.json nowhere.json", 4, "nowhere.json: cannot be opened"},

@@ -1,12 +1,28 @@
 // The handler.
 #include "bench/interrupt.h"
 
+#include <time.h>
+
 namespace command {
 namespace {
 
 volatile std::sig_atomic_t noted = 0;
+struct timespec first;
 
-void note(int) { noted = 1; }
+// The second one has the usual effect, unless it comes with the first: some programs signal a process and its group.
+void note(int signal) {
+    constexpr double together = 0.3; // seconds
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const double since =
+        static_cast<double>(now.tv_sec - first.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec - first.tv_nsec);
+    if (noted && since > together) {
+        std::signal(signal, SIG_DFL);
+        raise(signal);
+    }
+    if (!noted) first = now;
+    noted = 1;
+}
 
 } // namespace
 
@@ -14,7 +30,6 @@ Interruption::Interruption() {
     noted = 0;
     struct sigaction action = {};
     action.sa_handler = note;
-    action.sa_flags = static_cast<int>(SA_RESETHAND); // the second one has its usual effect
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, &before_);
 }

@@ -40,6 +40,8 @@ Sizes chosen(const Arguments &a) {
     Sizes s = a.preset == "large" ? large_sizes : small_sizes;
     if (a.fft >= 0) s.fft = a.fft;
     if (a.sor >= 0) s.sor = a.sor;
+    if (s.sor == 1 || s.sor == 2) // nothing to do, at any rate that is asked for
+        throw usage_error("--sor: the smallest grid with an interior has order 3; 0 leaves it out");
     if (a.lu >= 0) s.lu = a.lu;
     if (a.sparse.empty()) return s;
     const size_t comma = a.sparse.find(',');
@@ -174,7 +176,7 @@ Run add_bench_scimark(CLI::App &app) {
              "sarvo bench scimark --fft 4096 --sor 0 --lu 0 --sparse 0"});
     choice(app, "--preset", a->preset, "small|large", "Sizes (default small)");
     option(app, "--fft", a->fft, 0, 1 << 30, "N", "Complex numbers, a power of two");
-    option(app, "--sor", a->sor, 0, 46000, "N", "Order of the grid");
+    option(app, "--sor", a->sor, 0, 46000, "N", "Order of the grid, at least 3; 0: none");
     option(app, "--sparse", a->sparse, "ROWS,ENTRIES", "Sizes of the sparse matrix");
     option(app, "--lu", a->lu, 0, 46000, "N", "Order of the matrix");
     app.add_flag("--no-monte-carlo", a->no_monte_carlo, "Leave the integration out");

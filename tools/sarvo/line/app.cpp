@@ -36,7 +36,7 @@ constexpr Subcommand subcommands[] = {
     {"fft", "Fourier transform of a list of numbers", add_fft},
     {"conv", "Convolution of two lists of numbers", add_conv},
     {"stats", "Sum up the columns of a table: moments, extremes, quantiles", add_stats},
-    {"random", "Random numbers of a distribution, the same on every machine", add_random},
+    {"random", "Random numbers of a distribution, by seed", add_random},
     {"sample", "Sample a function where it bends; print the points or draw them", add_sample},
     {"interp", "Interpolate a table by a cubic spline or linearly", add_interp},
     {"dist", "Probabilities, densities and quantiles of distributions", add_dist},
