@@ -34,12 +34,14 @@ MarketMatrix grid(int32_t k, double flow) {
 TEST(SolveSystem, ReachesTheSolutionByEveryMethodOrderAndPreconditioner) {
     for (const char *method : {"auto", "chol", "lu", "cg", "minres", "gmres", "bicgstab", "lsqr"})
         for (const char *order : {"auto", "natural", "rcm", "amd"})
-            for (const char *precond : {"auto", "none", "jacobi", "ich", "ilu"}) {
+            for (const char *precond : {"auto", "none", "jacobi", "ich", "ilu", "ilut"}) {
                 const std::string m = method, p = precond;
                 const bool direct = m == "auto" || m == "chol" || m == "lu";
                 const bool symmetric = m == "chol" || m == "cg" || m == "minres";
                 if (direct ? p != "auto" : std::string(order) != "auto") continue;
-                if ((m == "lsqr" && (p == "ich" || p == "ilu")) || (!symmetric && p == "ich")) continue;
+                if ((m == "lsqr" && (p == "ich" || p == "ilu" || p == "ilut")) || (!symmetric && p == "ich") ||
+                    (symmetric && p == "ilut"))
+                    continue;
                 command::SolveOptions options;
                 options.method = m, options.order = order, options.precond = p;
                 const auto r = solve_system(grid(12, symmetric ? 0.0 : 0.3), std::nullopt, options, {});
@@ -91,6 +93,19 @@ TEST(SolveSystem, LuOfASymmetricPatternHasNoMoreEntriesThanBothHalvesOfCholesky)
         EXPECT_LE(factor_entries(grid(k, 0.0), lu), halves) << k;
         EXPECT_LE(factor_entries(grid(k, 0.3), lu), halves) << k; // pivots stay on the diagonal
     }
+}
+
+TEST(SolveSystem, FactorsByThresholdNeedFewerStepsThanThoseWithoutFill) {
+    uint32_t before = 0;
+    for (const char *precond : {"ilut", "ilu", "none"})
+        for (const char *method : {"gmres", "bicgstab"}) {
+            command::SolveOptions options;
+            options.method = method, options.precond = precond;
+            const uint32_t steps = solve_system(grid(60, 0.3), std::nullopt, options, {}).steps;
+            if (std::string(method) != "gmres") continue;
+            EXPECT_GT(steps, 2 * before) << precond;
+            before = steps;
+        }
 }
 
 // A pattern with rows and columns in a random order.
@@ -281,6 +296,7 @@ TEST(SolveCommand, ExitCodesTellWhatHappened) {
         {"solve - --method qr", spd, 2, "qr"},
         {"solve -", singular, 1, "the matrix is singular: a pivot is zero. --method lsqr"},
         {"solve - --method lsqr --precond ilu", spd, 2, "lsqr takes --precond none or jacobi"},
+        {"solve - --method lsqr --precond ilut", spd, 2, "lsqr takes --precond none or jacobi"},
         {"solve - --method bicgstab --max-steps 1 --precond none", spd, 1, ""},
         {"solve nowhere.mtx", "", 4, "nowhere.mtx: cannot be opened"},
         {"solve -", "1 2 x\n", 3, "standard input:1:5: 'x' is not a number"},

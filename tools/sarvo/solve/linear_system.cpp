@@ -10,6 +10,7 @@
 #include "library.h"
 #include "matrix/dense.h"
 #include "matrix/thin_svd.h"
+#include "mh/sparse/ilut.h"
 #include "numbers.h"
 #include "solve/sparse_lu.h"
 
@@ -312,17 +313,23 @@ Doubles jacobi(const SPMAT *A, bool least_squares) {
 
 // The preconditioners to try in turn.
 std::vector<std::string> candidates(const SPMAT *A, const SolveOptions &options, const std::string &method) {
-    if (method == "lsqr" && (options.precond == "ich" || options.precond == "ilu"))
+    if (method == "lsqr" && (options.precond != "auto" && options.precond != "jacobi" && options.precond != "none"))
         throw usage_error("lsqr takes --precond none or jacobi");
     if (options.precond != "auto") return {options.precond};
     if (method == "lsqr") return {"jacobi", "none"};
-    if (method == "gmres" || method == "bicgstab") return {"ilu", "jacobi", "none"};
+    if (method == "gmres" || method == "bicgstab") return {"ilu", "ilut", "jacobi", "none"};
     if (positive_diagonal(A)) return {"ich", "jacobi", "none"};
     return {"none"};
 }
 
-void precondition(const SPMAT *A, const std::string &name, bool least_squares, sarvo_mh_iter_t *ip, Iteration &run) {
-    if (name == "ich" || name == "ilu") {
+void precondition(const SPMAT *A, const std::string &name, const SolveOptions &options, bool least_squares,
+                  sarvo_mh_iter_t *ip, Iteration &run) {
+    if (name == "ilut") {
+        SPMAT *made = nullptr;
+        check(sarvo::mh::ilu_by_threshold(*A, options.drop, options.fill, &made));
+        run.factor.reset(made);
+        check(sarvo_mh_iter_use_ilu(ip, made));
+    } else if (name == "ich" || name == "ilu") {
         const double tiny = 1e-10 * row_norm(A);
         run.factor = copy_of(A);
         check(name == "ich" ? sarvo_mh_spICHfactor(run.factor.get())
@@ -351,7 +358,7 @@ void iterate(const SPMAT *A, const Doubles &b, const SolveOptions &options, cons
     const IterativeRecord ip(p);
     std::copy(b.begin(), b.end(), p->b->elems);
     check(sarvo_mh_iter_use_sp(p, A));
-    precondition(A, result.precond, result.method == "lsqr", p, run);
+    precondition(A, result.precond, options, result.method == "lsqr", p, run);
     p->eps = options.tolerance;
     p->k = options.restart;
     p->limit =

@@ -14,11 +14,13 @@ namespace command {
 
 struct SolveOptions {
     std::string method = "auto";  // auto chol lu cg minres gmres bicgstab lsqr svd
-    std::string precond = "auto"; // auto none jacobi ich ilu
+    std::string precond = "auto"; // auto none jacobi ich ilu ilut
     std::string order = "auto";   // auto natural rcm amd
     double tolerance = 1e-10;     // of the norm that the method tests, relative to that of x = 0
     uint32_t max_steps = 0;       // 0: twice the unknowns, at least 1000
     uint32_t restart = 30;        // of gmres
+    double drop = 1e-3;           // of ilut: share of the norm of a row, below which entries are dropped
+    int32_t fill = 10;            // and entries beyond those of the matrix, on either side of the diagonal of a row
     double threshold = 0.0;       // of the pivots of sparse lu; 0: see SparseLu
 };
 

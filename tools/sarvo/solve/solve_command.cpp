@@ -41,7 +41,8 @@ const char *const prose =
     "Iterative methods stop by the norm of the residual r = b - A x, lsqr by that of the gradient A'r; minres and "
     "lsqr\n"
     "with a preconditioner measure in its norm. The answer names it.\n"
-    "Preconditioners: none, jacobi (the diagonal), ich and ilu (factors without fill).\n"
+    "Preconditioners: none, jacobi (the diagonal), ich and ilu (factors without fill), ilut (LU factors with fill,\n"
+    "but without what is small; for matrices that are not symmetric).\n"
     "A condition above 1/eps is noted: the matrix is singular to working precision, and no digit of x is certain.\n"
     "Exit codes: 0 solved, 1 not solved (the best iterate is printed), 2 usage, 3 bad input, 4 file not readable.\n";
 
@@ -136,7 +137,7 @@ Run add_solve(CLI::App &app) {
     argument(app, "A", a->matrix, "Matrix, a file or -")->required();
     argument(app, "B", a->right, "Right-hand sides, one a column");
     choice(app, "--method", a->solve.method, "auto|chol|lu|cg|minres|gmres|bicgstab|lsqr|svd", "Method (default auto)");
-    choice(app, "--precond", a->solve.precond, "auto|none|jacobi|ich|ilu", "Preconditioner (default auto)");
+    choice(app, "--precond", a->solve.precond, "auto|none|jacobi|ich|ilu|ilut", "Preconditioner (default auto)");
     choice(app, "--order", a->solve.order, "auto|natural|rcm|amd", "Order of elimination (default auto)");
     option(app, "--tol", a->solve.tolerance, 0.0, HUGE_VAL, "X",
            "Tolerance of iterative methods, relative (default 1e-10)");
@@ -145,6 +146,10 @@ Run add_solve(CLI::App &app) {
     option(app, "--restart", a->solve.restart, 1u, 1000000u, "N", "Steps of gmres between restarts (default 30)");
     option(app, "--threshold", a->solve.threshold, 1e-12, 1.0, "X",
            "Pivots of sparse lu: least share of the largest (default 0.001 on the diagonal, 0.1 elsewhere)");
+    option(app, "--drop", a->solve.drop, 0.0, 1.0, "X",
+           "ilut drops entries below X times the norm of their row (default 0.001)");
+    option(app, "--fill", a->solve.fill, 0, 1000000000, "N",
+           "ilut adds N entries a row to each factor at most (default 10)");
     app.add_flag("--history", a->history, "One line per step on standard error");
     option(app, "--output", a->output, "FILE",
            "File for the solution, by its ending .npy, .tsv, .csv, else a Matrix Market array");
