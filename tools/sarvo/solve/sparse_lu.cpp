@@ -194,6 +194,7 @@ struct SparseLu::State {
     bool factorise(const SPMAT *A, PivotRule rule, double threshold, int64_t most);
     void choose(const SPMAT *A, double threshold);
     void find_pivots();
+    int64_t factor_entries() const;
 
     int32_t row(int32_t k) const { return factor->order[at(k)]; }
     const int32_t *cols(int32_t k) const { return factor->col + factor->begin[at(row(k))]; }
@@ -270,41 +271,53 @@ void SparseLu::State::choose(const SPMAT *A, double threshold) {
     const Pattern B = inside_blocks(A, form), T = transposed(B);
     const BlockForm blocks = form;
 
+    Lists sum, columns;
+    graph_of_sum(B, T, sum);
+    const Indices by_sum = least_degree(sum, blocks);
+    const int64_t predicted = predicted_entries(sum, by_sum), some_more = predicted + predicted / 2;
+    Indices by_columns;
+    // Replaces the factors if there are no more entries than `most`.
+    const auto attempt = [&](bool symmetric_pattern, int64_t most) {
+        State other;
+        other.n = n;
+        other.form = blocks;
+        other.order = symmetric_pattern ? "amd" : "amd of A'A";
+        other.order_by(symmetric_pattern ? by_sum : by_columns, symmetric_pattern);
+        const auto rule = symmetric_pattern ? PivotRule::diagonal_first : PivotRule::shortest_rest;
+        const bool complete = other.factorise(A, rule, threshold, most);
+        if (complete) *this = std::move(other);
+        return complete;
+    };
+
     // By the symmetric pattern. Pivots that are not on the diagonal may add to what was predicted, up to a half.
     const bool nearly_symmetric = symmetry(B, T) >= 0.5;
-    int64_t predicted = 0;
-    const auto by_diagonal = [&](bool limited) {
-        Lists graph;
-        graph_of_sum(B, T, graph);
-        const Indices inside = least_degree(graph, blocks);
-        predicted = predicted_entries(graph, inside);
-        form = blocks;
-        order_by(inside, true);
-        order = "amd";
-        return factorise(A, PivotRule::diagonal_first, threshold, limited ? predicted + predicted / 2 : INT64_MAX);
-    };
-    const bool complete = by_diagonal(true);
-    if (complete && nearly_symmetric) return;
+    if (nearly_symmetric && attempt(true, some_more)) return;
     if (work_of_columns(B) > 1e8) { // B'B would be too much
-        if (!complete) by_diagonal(false);
+        attempt(true, INT64_MAX);
+        return;
+    }
+    graph_of_columns(B, T, columns);
+    by_columns = least_degree(columns, blocks);
+    if (nearly_symmetric) {
+        if (!attempt(false, 10 * predicted)) attempt(true, INT64_MAX);
         return;
     }
 
-    // By the columns.
-    Lists graph;
-    graph_of_columns(B, T, graph);
-    State other;
-    other.n = n;
-    other.form = blocks;
-    other.order = "amd of A'A";
-    other.order_by(least_degree(graph, blocks), false);
-    int64_t most = 10 * predicted;
-    if (complete) {
-        most = -1; // fewer than those that are there
-        for (int32_t i = 0; i < n; i++) most += factor->length[at(i)];
+    // Both; the one that promises less begins, the other must have fewer entries.
+    if (predicted_entries(columns, by_columns) < predicted) {
+        attempt(false, INT64_MAX);
+        attempt(true, factor_entries() - 1);
+    } else if (attempt(true, some_more)) {
+        attempt(false, factor_entries() - 1);
+    } else {
+        attempt(false, INT64_MAX);
     }
-    if (other.factorise(A, PivotRule::shortest_rest, threshold, most)) *this = std::move(other);
-    else if (!complete) by_diagonal(false);
+}
+
+int64_t SparseLu::State::factor_entries() const {
+    int64_t all = 0;
+    for (int32_t i = 0; i < factor->count; i++) all += factor->length[at(i)];
+    return all;
 }
 
 void SparseLu::State::find_pivots() {
@@ -386,10 +399,7 @@ std::vector<double> SparseLu::solve(const std::vector<double> &b, bool transpose
 }
 
 int64_t SparseLu::entries() const {
-    if (state_->singular && state_->factor->count == 0) return 0;
-    auto all = static_cast<int64_t>(state_->outside.index.size());
-    for (int32_t i = 0; i < state_->n; i++) all += state_->factor->length[at(i)];
-    return all;
+    return state_->factor_entries() + static_cast<int64_t>(state_->outside.index.size());
 }
 
 size_t SparseLu::blocks() const { return state_->form.first.size() - 1; }
