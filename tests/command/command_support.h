@@ -41,7 +41,8 @@ inline Answer sarvo(const std::string &arguments, const std::string &input = "")
     return answer;
 }
 
-// Runs the examples that `sarvo SUBCOMMAND --help` shows, in a folder with the files that they read; how many there were.
+// Runs the examples that `sarvo SUBCOMMAND --help` shows, in a folder with the files that they read; how many there
+// were.
 inline int run_examples(const std::string &subcommand, const std::string &folder) {
     std::istringstream help(sarvo(subcommand + " --help").out);
     int count = 0;

@@ -1,7 +1,7 @@
 // Incomplete LU factorisation of sparse matrices by a threshold, with limited fill.
 //
-// A row is worked on as a spread vector with the list of its places. The places left of the diagonal wait in a heap, for
-// elimination brings in further ones between them.
+// A row is worked on as a spread vector with the list of its places. The places left of the diagonal wait in a heap,
+// for elimination brings in further ones between them.
 #include "ilut.h"
 
 #include <math.h>

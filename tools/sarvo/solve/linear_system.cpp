@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <memory>
 
 #include "library.h"
@@ -235,9 +236,11 @@ public:
     void solve(const Doubles &b, SolveResult &result) {
         phase("solution");
         solve_and_refine(system_, solver_, b, result);
-        // Small pivots from the diagonal may have spoilt the factors beyond what refinement mends.
-        if (result.method != "lu" || options_.threshold > 0.0 || exact_) return;
-        if (backward_error(system_, b, result.x) < 1e-13) return;
+        // Small pivots from the diagonal may have spoilt the factors, and the condition estimated by them.
+        if (result.method != "lu" || options_.threshold > 0.0 || partial_pivoting_) return;
+        const bool doubtful = result.steps > 2 || !(backward_error(system_, b, result.x) < 1e-13) ||
+                              (result.condition && !(*result.condition < 1.0 / std::numeric_limits<double>::epsilon()));
+        if (!doubtful) return;
         lu(1.0, result);
         solve_and_refine(system_, solver_, b, result);
     }
@@ -263,7 +266,7 @@ private:
     }
     void lu(double threshold, SolveResult &result) {
         phase("LU factorisation");
-        exact_ = threshold == 1.0;
+        partial_pivoting_ = threshold == 1.0;
         solver_ = nullptr; // before the new factors are made
         const auto factors = std::make_shared<SparseLu>(A_, options_.order, threshold);
         solver_ = [factors](const Doubles &b, bool transposed) { return factors->solve(b, transposed); };
@@ -278,7 +281,7 @@ private:
     const SolveOptions &options_;
     const SolveObserver &observer_;
     Solver solver_;
-    bool exact_ = false; // partial pivoting
+    bool partial_pivoting_ = false;
 };
 
 // ---- Iterative methods ----
@@ -457,7 +460,7 @@ std::vector<SolveResult> solve_each(const System &A, const std::vector<Doubles> 
     if (given.empty()) made.push_back(A.multiply(ones, false));
     std::vector<SolveResult> results;
     for (const Doubles &b : given.empty() ? made : given) {
-        results.push_back(results.empty() ? start : results.front());
+        results.push_back(results.empty() ? start : results.back());
         SolveResult &result = results.back();
         solve(b, result);
         measure(A, b, result.method == "lsqr" || result.method == "svd", result);
@@ -553,7 +556,16 @@ std::vector<SolveResult> solve_systems(const MarketMatrix &m, const std::vector<
         result = begun;
         try_preconditioners(A.get(), b, options, observer, result);
     });
-    for (SolveResult &result : results) result.seconds = seconds_since(start);
+    for (SolveResult &result : results) {
+        result.seconds = seconds_since(start);
+        if (!direct) continue;
+        // Factors that were made anew on the way count for all.
+        const SolveResult &last = results.back();
+        result.order = last.order;
+        result.condition = last.condition;
+        result.factor_entries = last.factor_entries;
+        result.blocks = last.blocks;
+    }
     return results;
 }
 

@@ -1,4 +1,5 @@
-// Solving linear systems and least squares, sparse and dense: the choice of the method, and what a careful reader asks of a result.
+// Solving linear systems and least squares, sparse and dense: the choice of the method, and what a careful reader asks
+// of a result.
 #pragma once
 
 #include <cstdint>

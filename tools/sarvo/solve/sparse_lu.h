@@ -1,13 +1,13 @@
 // LU factors of square sparse matrices, as sarvo solve makes them: by blocks, in an order and by a pivot rule that keep
 // them small.
 //
-// Rows and columns are permuted so that A is block upper triangular (maximum transversal: Duff, 1981; strong components:
-// Tarjan, 1972). Only the diagonal blocks are factorised. Two plans serve for them:
+// Rows and columns are permuted so that A is block upper triangular (maximum transversal: Duff, 1981; strong
+// components: Tarjan, 1972). Only the diagonal blocks are factorised. Two plans serve for them:
 //     amd      approximate minimum degree of B + B', pivots from the diagonal where they are large enough: for patterns
 //              that are nearly symmetric
 //     columns  approximate minimum degree of B'B (George and Ng, 1985), any pivot: for the others
-// How many entries a plan gives is known in advance for the first, but for its pivots; the second is tried where the
-// first gives up or promises little, and the smaller factors are kept.
+// A nearly symmetric pattern takes the first, unless exchanges fill in far more than was predicted. Of another one both
+// are tried, what promises less first, and the smaller factors are kept.
 #pragma once
 
 #include <cstdint>
