@@ -41,6 +41,25 @@ inline Answer sarvo(const std::string &arguments, const std::string &input = "")
     return answer;
 }
 
+// Runs the examples that `sarvo SUBCOMMAND --help` shows, in a folder with the files that they read; how many there
+// were.
+inline int run_examples(const std::string &subcommand, const std::string &folder) {
+    std::istringstream help(sarvo(subcommand + " --help").out);
+    int count = 0;
+    bool below = false;
+    for (std::string line; std::getline(help, line);) {
+        if (line.find("xamples") != std::string::npos) below = true;
+        const size_t at = line.find("sarvo ");
+        if (!below || at == std::string::npos || line.find_first_not_of(' ') != at) continue;
+        const std::string shell = "cd " + folder + " && sarvo() { " SARVO_COMMAND_PATH " \"$@\"; }; (" +
+                                  line.substr(at) + ") >output 2>errors </dev/null";
+        EXPECT_EQ(std::system(shell.c_str()), 0) << line << "\n" << slurp(folder + "/errors");
+        EXPECT_FALSE(slurp(folder + "/output").empty()) << line;
+        count++;
+    }
+    return count;
+}
+
 // Runs `sarvo ARGUMENTS` by the shell with a connection as standard input that brings `input` and is then reset.
 inline Answer sarvo_on_broken_connection(const std::string &arguments, const std::string &input) {
     sockaddr_in address = {};

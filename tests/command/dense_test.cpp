@@ -1,5 +1,6 @@
 // svd, eig, exp, inv, cond by the command: textbook matrices, both ways of input, what is refused.
 #include <cmath>
+#include <filesystem>
 
 #include "command_support.h"
 #include "data/matrix.h"
@@ -143,6 +144,7 @@ TEST(DenseCommands, EndAsTheyShould) {
         {"inv -", singular, 1, "--pseudo gives the pseudo-inverse"},
         {"inv -", wide, 3, "2 rows and 3 columns, a square one is wanted"},
         {"eig -", "1 6\n2 1\n", 3, "the matrix is not symmetric: 2 in row 2, column 1, 6 opposite"},
+        {"eig -", "1 6\n2 1\n", 3, "Eigenvalues of general matrices are not computed; --half lower"},
         {"exp -", "1 2\n3 x\n", 3, "standard input:2:3: 'x' is not a number"},
         {"exp -", "1e300\n", 1, "the exponential overflows"},
         {"exp -", "800 800\n800 800\n", 1, "the exponential overflows"}, // to NaN
@@ -160,6 +162,51 @@ TEST(DenseCommands, EndAsTheyShould) {
     const Answer infinite = sarvo("cond -", "1 2\n2 4\n"); // singular is an answer here
     EXPECT_EQ(infinite.exit_code, 0);
     EXPECT_NE(infinite.out.find("condition_1: inf"), std::string::npos) << infinite.out;
+}
+
+TEST(DenseCommands, DecomposeVeryWideAndTallMatricesInTheirOwnSize) {
+    std::string flat, tall;
+    for (int i = 0; i < 3; i++)
+        for (int j = 0; j < 20000; j++)
+            flat += std::to_string((i * 31 + j * 17) % 101 - 50) + (j == 19999 ? "\n" : ",");
+    for (int j = 0; j < 20000; j++)
+        for (int i = 0; i < 3; i++) tall += std::to_string((i * 31 + j * 17) % 101 - 50) + (i == 2 ? "\n" : ",");
+    // 2 GB of address space: 20000^2 numbers have 3.2.
+    const auto limited = [](const std::string &arguments, const std::string &input) {
+        const std::string path = testing::TempDir() + "sarvo_shape";
+        std::ofstream(path + ".csv") << input;
+        const int status = std::system(("(ulimit -v 2000000; " SARVO_COMMAND_PATH " " + arguments + " " + path +
+                                        ".csv --format json) >" + path + ".out 2>" + path + ".err")
+                                           .c_str());
+        Answer answer{WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(path + ".out"), slurp(path + ".err")};
+        EXPECT_EQ(answer.exit_code, 0) << answer.err;
+        for (const char *end : {".csv", ".out", ".err"}) std::remove((path + end).c_str());
+        return answer;
+    };
+    const std::vector<double> w = numbers(limited("svd", flat).out, "singular_values");
+    ASSERT_EQ(w.size(), 3u);
+    expect_near(numbers(limited("svd", tall).out, "singular_values"), w, "the transpose");
+    for (const std::string &input : {flat, tall}) {
+        const Answer vectors = limited("svd --vectors", input);
+        EXPECT_EQ(numbers(vectors.out, "u").size() + numbers(vectors.out, "v").size(), 3u * 20003u);
+        EXPECT_LE(numbers(vectors.out, "residual").at(0), 1e-11); // the values are 100 times the elements
+        for (const char *key : {"orthogonality_u", "orthogonality_v"})
+            EXPECT_LE(numbers(vectors.out, key).at(0), 1e-13) << key;
+        EXPECT_NEAR(numbers(limited("cond", input).out, "condition").at(0), w[0] / w[2], 1e-12 * w[0] / w[2]);
+        EXPECT_LE(numbers(limited("inv --pseudo", input).out, "residual").at(0), 1e-11);
+    }
+}
+
+TEST(DenseCommands, TheirExamplesRun) {
+    const std::filesystem::path folder = std::string(testing::TempDir()) + "sarvo_dense_examples";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "A.csv") << symmetric;
+    std::ofstream(folder / "A.mtx") << market;
+    const std::string path = (folder / "A.npy").string();
+    ASSERT_EQ(sarvo("inv - --output " + path, symmetric).exit_code, 0); // symmetric, too
+    for (const char *subcommand : {"svd", "eig", "inv", "cond"})
+        EXPECT_EQ(run_examples(subcommand, folder.string()), 3);
+    std::filesystem::remove_all(folder);
 }
 
 } // namespace

@@ -1,4 +1,6 @@
 // Every allocating operation on sparse matrices, successes and refusals, under every failure of the allocator.
+#include "mh/sparse/ilut.h"
+#include "mh/sparse/lu.h"
 #include "sparse_support.h"
 
 namespace {
@@ -67,6 +69,15 @@ const struct {
     {"spCHsolve", [](Operands &o) { return sarvo_mh_spCHsolve(o.A.p, o.x.p, &o.v.p); }},
     {"spLUfactor", [](Operands &o) { return sarvo_mh_spLUfactor(o.factored.p, o.px.p, 0.5); }},
     {"spLUfactor refused", [](Operands &o) { return sarvo_mh_spLUfactor(o.factored.p, o.px.p, 2.0); }},
+    {"factorise_lu",
+     [](Operands &o) {
+         sarvo::mh::LuRows rows;
+         sarvo::mh::LuChoice choice;
+         choice.rule = sarvo::mh::PivotRule::diagonal_first;
+         bool complete = false;
+         return sarvo::mh::factorise_lu(*o.A.p, choice, rows, &complete);
+     }},
+    {"ilu_by_threshold", [](Operands &o) { return sarvo::mh::ilu_by_threshold(*o.A.p, 0.01, 1, &o.out.p); }},
     {"spILUfactor", [](Operands &o) { return sarvo_mh_spILUfactor(o.factored.p, 0.5); }},
     {"spLUsolve", [](Operands &o) { return sarvo_mh_spLUsolve(o.A.p, o.order.p, o.x.p, &o.v.p); }},
     {"spLUTsolve", [](Operands &o) { return sarvo_mh_spLUTsolve(o.A.p, o.order.p, o.x.p, &o.v.p); }},

@@ -4,8 +4,9 @@
 // what was eliminated from them, in column k: they hang in bucket k. One of them becomes the pivot row and leaves; to
 // each of the others its multiple of the pivot row is added, entries that come up are inserted, and the row goes to the
 // bucket of its next column. So each entry gets its updates in ascending order of k, and a row's length is always that
-// of its pattern at the moment. A row that outgrows its room moves to the end of the block.
-#include <sarvo/mh/sparse_factor.h>
+// of its pattern at the moment. A row that outgrows its room moves to the end of the block; gaps are closed when the
+// block is full.
+#include "lu.h"
 
 #include <math.h>
 
@@ -16,6 +17,9 @@
 
 using sarvo::Buffer;
 using sarvo::mh::fail_in;
+using sarvo::mh::LuChoice;
+using sarvo::mh::LuRows;
+using sarvo::mh::PivotRule;
 
 namespace {
 
@@ -30,6 +34,8 @@ public:
     }
     sarko_error_t allocate(const SPMAT &A);
     int32_t length(int32_t i) const { return row_[at(i)].len; }
+    int32_t rest(int32_t i) const { return row_[at(i)].len - row_[at(i)].lead; }
+    int64_t entries() const { return entries_; }
     bool ended(int32_t i) const { return row_[at(i)].lead == row_[at(i)].len; }
     int32_t lead_col(int32_t i) const { return col(i)[row_[at(i)].lead]; }
     double &lead(int32_t i) const { return val_[row_[at(i)].begin + row_[at(i)].lead]; }
@@ -37,20 +43,26 @@ public:
     int32_t *col(int32_t i) const { return col_ + row_[at(i)].begin; }
     double *val(int32_t i) const { return val_ + row_[at(i)].begin; }
     sarko_error_t subtract_multiple(int32_t i, int32_t pivot_row, double factor);
+    void finish(int32_t i) { row_[at(i)].room = row_[at(i)].len; } // it grows no more
+    sarko_error_t hand_over(LuRows &out);
 
 private:
     struct Row {
         int64_t begin;
         int32_t len, room;
-        int32_t lead; // entries before it belong to L
+        int32_t lead;             // entries before it belong to L
+        int32_t previous, behind; // rows as they follow each other in the block, -1 at its ends
     };
     sarko_error_t enlarge(int64_t room);
+    void close_gaps();
+    void move_last(int32_t i);
     sarko_error_t make_room(int32_t i, int32_t count);
     void insert(int32_t i, int32_t pivot_row, double factor, int32_t kept, int32_t count);
 
     int32_t *col_ = nullptr;
     double *val_ = nullptr;
-    int64_t room_ = 0, used_ = 0;
+    int64_t room_ = 0, used_ = 0, entries_ = 0;
+    int32_t count_ = 0, first_ = -1, last_ = -1;
     Buffer<Row> row_;
     Buffer<int32_t> missing_; // positions in the pivot row whose columns a row lacks
 };
@@ -74,14 +86,42 @@ sarko_error_t Rows::allocate(const SPMAT &A) {
     if (sarko_error_t e = enlarge(4 * entries)) return e;
     for (int32_t i = 0; i < A.m; i++) {
         const int32_t len = A.row[i].len;
-        row_[at(i)] = {used_, len, len, 0};
+        row_[at(i)] = {used_, len, len, 0, i - 1, i + 1 < A.m ? i + 1 : -1};
         for (int32_t k = 0; k < len; k++) {
             col(i)[k] = A.row[i].elt[k].col;
             val(i)[k] = A.row[i].elt[k].val;
         }
         used_ += len;
     }
+    entries_ = used_;
+    count_ = A.m;
+    first_ = A.m > 0 ? 0 : -1;
+    last_ = A.m - 1;
     return 0;
+}
+
+// Moves all rows down to where the one before ends.
+void Rows::close_gaps() {
+    used_ = 0;
+    for (int32_t i = first_; i >= 0; i = row_[at(i)].behind) {
+        Row &row = row_[at(i)];
+        memmove(col_ + used_, col_ + row.begin, at(row.len) * sizeof(int32_t));
+        memmove(val_ + used_, val_ + row.begin, at(row.len) * sizeof(double));
+        row.begin = used_;
+        used_ += row.room;
+    }
+}
+
+// Row i becomes the last of the block.
+void Rows::move_last(int32_t i) {
+    if (i == last_) return;
+    Row &row = row_[at(i)];
+    (row.previous >= 0 ? row_[at(row.previous)].behind : first_) = row.behind;
+    row_[at(row.behind)].previous = row.previous;
+    row_[at(last_)].behind = i;
+    row.previous = last_;
+    row.behind = -1;
+    last_ = i;
 }
 
 // Room for `count` entries in row i, and some more when it has to move.
@@ -89,13 +129,37 @@ sarko_error_t Rows::make_room(int32_t i, int32_t count) {
     Row &row = row_[at(i)];
     if (count <= row.room) return 0;
     const int32_t room = count > INT32_MAX / 2 ? INT32_MAX : 2 * count;
-    if (used_ + room > room_)
-        if (sarko_error_t e = enlarge(room_ + room_ / 2 + room)) return e;
+    if (used_ + room > room_) {
+        close_gaps();
+        if (used_ + room > room_ - room_ / 4)
+            if (sarko_error_t e = enlarge(room_ + room_ / 2 + room)) return e;
+    }
     memcpy(col_ + used_, col_ + row.begin, at(row.len) * sizeof(int32_t));
     memcpy(val_ + used_, val_ + row.begin, at(row.len) * sizeof(double));
     row.begin = used_;
     row.room = room;
     used_ += room;
+    move_last(i);
+    return 0;
+}
+
+// The rows without gaps, in blocks that are the caller's from then on.
+sarko_error_t Rows::hand_over(LuRows &out) {
+    if (sarko_error_t e = out.begin.allocate_unset(at(count_))) return e;
+    if (sarko_error_t e = out.length.allocate_unset(at(count_))) return e;
+    for (int32_t i = 0; i < count_; i++) finish(i);
+    close_gaps();
+    for (int32_t i = 0; i < count_; i++) {
+        out.begin[at(i)] = row_[at(i)].begin;
+        out.length[at(i)] = row_[at(i)].len;
+    }
+    if (used_ > 0) {
+        if (sarko_error_t e = enlarge(used_)) return e;
+    }
+    out.col = col_;
+    out.value = val_;
+    col_ = nullptr;
+    val_ = nullptr;
     return 0;
 }
 
@@ -146,6 +210,7 @@ sarko_error_t Rows::subtract_multiple(int32_t i, int32_t pivot_row, double facto
             missing_[at(count++)] = b;
     }
     if (count == 0) return 0;
+    entries_ += count;
     if (sarko_error_t e = make_room(i, row.len + count)) return e;
     insert(i, pivot_row, factor, a_end, count);
     return 0;
@@ -175,13 +240,15 @@ void Rows::insert(int32_t i, int32_t pivot_row, double factor, int32_t kept, int
 class Factorisation {
 public:
     sarko_error_t allocate(const SPMAT &A);
-    sarko_error_t run(double alpha);
+    sarko_error_t run(const LuChoice &choice, bool *complete);
     sarko_error_t store(SPMAT &A, PERM &px);
+    sarko_error_t store(LuRows &out);
 
 private:
     void hang(int32_t i);
     int32_t collect(int32_t k);
-    int32_t choose(int32_t count, double alpha) const;
+    int32_t choose(int32_t k, int32_t count, const LuChoice &choice) const;
+    bool better(int32_t i, int32_t best, PivotRule rule) const;
     void zero_pivot(int32_t k, int32_t count);
     void place(int32_t k, int32_t row);
 
@@ -225,8 +292,14 @@ int32_t Factorisation::collect(int32_t k) {
     return count;
 }
 
+bool Factorisation::better(int32_t i, int32_t best, PivotRule rule) const {
+    const int32_t a = rule == PivotRule::fewest_entries ? rows_.length(i) : rows_.rest(i);
+    const int32_t b = rule == PivotRule::fewest_entries ? rows_.length(best) : rows_.rest(best);
+    return a < b || (a == b && position_[at(i)] < position_[at(best)]);
+}
+
 // The pivot row among the candidates, -1 for none. Only finite candidates that are not zero count.
-int32_t Factorisation::choose(int32_t count, double alpha) const {
+int32_t Factorisation::choose(int32_t k, int32_t count, const LuChoice &choice) const {
     double largest = 0.0;
     for (int32_t c = 0; c < count; c++) {
         const double magnitude = fabs(rows_.lead(candidate_[at(c)]));
@@ -236,10 +309,10 @@ int32_t Factorisation::choose(int32_t count, double alpha) const {
     for (int32_t c = 0; c < count; c++) {
         const int32_t i = candidate_[at(c)];
         const double magnitude = fabs(rows_.lead(i));
-        if (!(magnitude >= alpha * largest && magnitude > 0.0 && magnitude < INFINITY)) continue;
-        if (best < 0 || rows_.length(i) < rows_.length(best) ||
-            (rows_.length(i) == rows_.length(best) && position_[at(i)] < position_[at(best)]))
-            best = i;
+        if (!(magnitude > 0.0 && magnitude < INFINITY)) continue;
+        if (i == k && choice.rule == PivotRule::diagonal_first && magnitude >= choice.diagonal_share * largest)
+            return i;
+        if (magnitude >= choice.share * largest && (best < 0 || better(i, best, choice.rule))) best = i;
     }
     return best;
 }
@@ -263,11 +336,13 @@ void Factorisation::place(int32_t k, int32_t row) {
     order_[at(k)] = row;
     position_[at(row)] = k;
     done_[at(row)] = 1;
+    rows_.finish(row);
 }
 
-sarko_error_t Factorisation::run(double alpha) {
+sarko_error_t Factorisation::run(const LuChoice &choice, bool *complete) {
+    *complete = false;
     for (int32_t k = 0; k < m_ && k < n_; k++) {
-        const int32_t count = collect(k), pivot_row = choose(count, alpha);
+        const int32_t count = collect(k), pivot_row = choose(k, count, choice);
         if (pivot_row < 0) {
             zero_pivot(k, count);
             continue;
@@ -282,7 +357,9 @@ sarko_error_t Factorisation::run(double alpha) {
             rows_.advance(i);
             hang(i);
         }
+        if (rows_.entries() > choice.most_entries) return 0;
     }
+    *complete = true;
     return 0;
 }
 
@@ -308,7 +385,21 @@ sarko_error_t Factorisation::store(SPMAT &A, PERM &px) {
     return sarvo_mh_sp_diag_access(&A);
 }
 
+sarko_error_t Factorisation::store(LuRows &out) {
+    out.count = m_;
+    if (sarko_error_t e = out.order.allocate_unset(at(m_))) return e;
+    for (int32_t k = 0; k < m_; k++) out.order[at(k)] = order_[at(k)];
+    return rows_.hand_over(out);
+}
+
 } // namespace
+
+sarko_error_t sarvo::mh::factorise_lu(const SPMAT &A, const LuChoice &choice, LuRows &out, bool *complete) {
+    Factorisation factorisation;
+    if (sarko_error_t e = factorisation.allocate(A)) return e;
+    if (sarko_error_t e = factorisation.run(choice, complete)) return e;
+    return *complete ? factorisation.store(out) : 0;
+}
 
 extern "C" {
 
@@ -318,7 +409,10 @@ sarko_error_t sarvo_mh_spLUfactor(SPMAT *A, PERM *px, double alpha) {
     if (!(alpha > 0.0 && alpha <= 1.0)) return fail_in(SarvoMHRangeEC, "spLUfactor");
     Factorisation factorisation;
     if (sarko_error_t e = factorisation.allocate(*A)) return e;
-    if (sarko_error_t e = factorisation.run(alpha)) return e;
+    LuChoice choice;
+    choice.share = alpha;
+    bool complete = false;
+    if (sarko_error_t e = factorisation.run(choice, &complete)) return e;
     return factorisation.store(*A, *px);
 }
 

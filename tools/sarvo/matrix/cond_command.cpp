@@ -5,7 +5,7 @@
 
 #include "line/options.h"
 #include "line/subcommands.h"
-#include "matrix/dense.h"
+#include "matrix/thin_svd.h"
 #include "numbers.h"
 #include "stopwatch.h"
 
@@ -26,15 +26,12 @@ struct Arguments {
 
 // By the singular values, which `answer` also gets the ends of.
 double two_norm(const DenseInput &input, Answer &answer) {
-    const Svd svd = make_svd();
-    check(sarvo_nr_svd_decompose(typed(input).get(), 0, 0, input.rows, input.cols, svd.get()));
-    check(sarvo_nr_svd_reorder(svd.get()));
-    const double *w = elements(svd->w);
-    const double most = w[0], least = w[std::min(input.rows, input.cols) - 1];
-    const double condition = least > 0.0 ? most / least : HUGE_VAL;
-    answer.fact("rank", "rank", whole(svd->rank), 0, "(singular values above " + general(svd->thresh, 3) + ")");
-    answer.fact("largest", "largest singular value", most);
-    answer.fact("smallest", "smallest singular value", least);
+    const ThinSvd svd = thin_svd(input, -1.0);
+    const double condition = svd.condition();
+    answer.fact("rank", "rank", whole(svd.rank), 0, "(singular values above " + general(svd.threshold, 3) + ")");
+    answer.fact("threshold", "threshold", svd.threshold, 3);
+    answer.fact("largest", "largest singular value", svd.w.front());
+    answer.fact("smallest", "smallest singular value", svd.w.back());
     answer.fact("condition", "condition (2-norm)", condition, 6);
     answer.fact("digits", "digits left of 16, about", std::clamp(15.95 - std::log10(condition), 0.0, 16.0), 3);
     return condition;

@@ -133,8 +133,9 @@ void check_matrix_name(const std::string &path) {
     throw usage_error("--output: the name '" + path + "' does not end in .npy, .mtx, .tsv or .csv");
 }
 
-void write_matrix(const MAT &A, const std::string &path) {
-    const std::string kind = ending(path);
+void write_matrix(const MAT &A, const std::string &path, const std::string &otherwise) {
+    std::string kind = ending(path);
+    if (kind != ".npy" && kind != ".mtx" && kind != ".tsv" && kind != ".csv") kind = otherwise;
     const uint64_t shape[] = {A.rows, A.cols};
     if (kind == ".npy") write_npy(path, shape, {A.base, A.rows * A.cols});
     else if (kind == ".mtx") write_file(as_market(A), path);

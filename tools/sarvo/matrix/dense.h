@@ -33,9 +33,9 @@ double distance(const MAT &A, const MAT &B);
 double distance_from_identity(const MAT &A);
 double largest(const MAT &A);
 
-// As its name says: .npy, .mtx (Matrix Market array), .tsv, else .csv without a header. check_matrix_name throws the
-// usage_error before the work is done.
+// As its name says: .npy, .mtx (Matrix Market array), .tsv or .csv without a header; `otherwise` where it says nothing.
+// check_matrix_name throws the usage_error before the work is done.
 void check_matrix_name(const std::string &path);
-void write_matrix(const MAT &A, const std::string &path);
+void write_matrix(const MAT &A, const std::string &path, const std::string &otherwise = ".csv");
 
 } // namespace command

@@ -32,9 +32,11 @@ void make_symmetric(DenseInput &A, const std::string &half) {
             double &lower = A.values[i * A.cols + j], &upper = A.values[j * A.cols + i];
             if (lower == upper) continue;
             if (half.empty())
-                throw input_error(A.source + ": the matrix is not symmetric: " + shortest(lower) + " in row " +
-                                  std::to_string(i + 1) + ", column " + std::to_string(j + 1) + ", " + shortest(upper) +
-                                  " opposite. --half lower, upper or mean takes it as symmetric");
+                throw input_error(
+                    A.source + ": the matrix is not symmetric: " + shortest(lower) + " in row " +
+                    std::to_string(i + 1) + ", column " + std::to_string(j + 1) + ", " + shortest(upper) +
+                    " opposite. Eigenvalues of general matrices are not computed; --half lower, upper or mean takes "
+                    "this one as symmetric");
             const double value = half == "lower" ? lower : half == "upper" ? upper : 0.5 * lower + 0.5 * upper;
             lower = upper = value;
         }

@@ -5,7 +5,7 @@
 
 #include "line/options.h"
 #include "line/subcommands.h"
-#include "matrix/dense.h"
+#include "matrix/thin_svd.h"
 #include "numbers.h"
 #include "stopwatch.h"
 
@@ -49,19 +49,19 @@ void invert(const DenseInput &input, Answer &answer, Dense &X) {
 }
 
 void pseudo_invert(const DenseInput &input, double threshold, Answer &answer, Dense &X) {
-    const Svd svd = make_svd();
-    svd->thresh = threshold;
-    check(sarvo_nr_svd_decompose(typed(input).get(), 0, 0, input.rows, input.cols, svd.get()));
-    sarvo_matrix *out = nullptr;
-    const sarko_error_t e = sarvo_nr_svd_invert(svd.get(), &out);
-    const Matrix owned(out);
-    check(e);
-    X = dense(*owned);
+    const ThinSvd svd = thin_svd(input, threshold);
+    const Dense scaled = make_dense(input.cols, svd.w.size()); // V diag(1/w)
+    for (size_t i = 0; i < input.cols; i++)
+        for (size_t k = 0; k < svd.w.size(); k++)
+            scaled->row_ptrs[i][k] = svd.w[k] > svd.threshold ? svd.V->row_ptrs[i][k] / svd.w[k] : 0.0;
+    X = product_transposed(*scaled, *svd.U);
     const Dense A = dense(input);
     const double scale = largest(*A);
-    answer.fact("rank", "rank", whole(svd->rank), 0, "(singular values above " + general(svd->thresh, 3) + ")");
-    answer.fact("residual", "residual |A X A - A| / |A|",
-                distance(*product(*product(*A, *X), *A), *A) / (scale > 0.0 ? scale : 1.0), 3);
+    answer.fact("rank", "rank", whole(svd.rank), 0, "(singular values above " + general(svd.threshold, 3) + ")");
+    // The smaller of A X and X A first.
+    const Dense back = input.rows <= input.cols ? product(*product(*A, *X), *A) : product(*A, *product(*X, *A));
+    answer.fact("threshold", "threshold", svd.threshold, 3);
+    answer.fact("residual", "residual |A X A - A| / |A|", distance(*back, *A) / (scale > 0.0 ? scale : 1.0), 3);
 }
 
 int run_inv(const Arguments &a) {

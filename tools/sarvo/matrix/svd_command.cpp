@@ -4,18 +4,19 @@
 
 #include "line/options.h"
 #include "line/subcommands.h"
-#include "matrix/dense.h"
+#include "matrix/thin_svd.h"
 #include "numbers.h"
 #include "stopwatch.h"
 
 namespace command {
 namespace {
 
-const char *const prose = "A is a matrix: a table of numbers, Matrix Market or .npy; - for standard input. It is "
-                          "decomposed into U diag(w) V',\n"
-                          "by Householder's reduction and implicit QR; the singular values come largest first. The "
-                          "rank is the number of those\n"
-                          "above the threshold, by default eps/2 sqrt(m + n + 1) times the largest.\n";
+const char *const prose =
+    "A is a matrix: a table of numbers, Matrix Market or .npy; - for standard input. It is decomposed into\n"
+    "U diag(w) V', by Householder's reduction and implicit QR; the singular values come largest first, and U and V "
+    "have\n"
+    "as many columns as there are of them. The rank is the number of those above the threshold, by default\n"
+    "eps/2 sqrt(m + n + 1) times the largest.\n";
 
 struct Arguments {
     std::string matrix;
@@ -24,16 +25,8 @@ struct Arguments {
     OutputOptions form;
 };
 
-Svd decompose(const sarvo_matrix &A, double threshold) {
-    Svd svd = make_svd();
-    svd->thresh = threshold;
-    check(sarvo_nr_svd_decompose(&A, 0, 0, A.rows, A.cols, svd.get()));
-    check(sarvo_nr_svd_reorder(svd.get()));
-    return svd;
-}
-
 // |A - U w V'| as a share of |A|, largest elements.
-double residual(const MAT &A, const MAT &U, const MAT &V, const double *w) {
+double residual(const MAT &A, const MAT &U, const MAT &V, const std::vector<double> &w) {
     const Dense scaled = make_dense(U.rows, U.cols);
     for (uint64_t i = 0; i < U.rows; i++)
         for (uint64_t j = 0; j < U.cols; j++) scaled->row_ptrs[i][j] = U.row_ptrs[i][j] * w[j];
@@ -42,37 +35,28 @@ double residual(const MAT &A, const MAT &U, const MAT &V, const double *w) {
     return distance(A, *back) / (scale > 0.0 ? scale : 1.0);
 }
 
-// Of a wide matrix the last columns of U are zero.
-double orthogonality(const MAT &U, size_t columns) {
-    const Dense gram = transposed_product(U, U);
-    for (uint64_t j = columns; j < gram->rows; j++) gram->row_ptrs[j][j] += 1.0;
-    return distance_from_identity(*gram);
-}
+double orthogonality(const MAT &U) { return distance_from_identity(*transposed_product(U, U)); }
 
 int run_svd(const Arguments &a) {
     const Stopwatch watch;
     const DenseInput input = read_real_matrix(a.matrix);
-    const Svd svd = decompose(*typed(input), a.threshold);
-    const Dense A = dense(input), U = dense(*svd->U), V = dense(*svd->V);
-    const double *w = elements(svd->w);
-    const size_t least = std::min(input.rows, input.cols);
+    const ThinSvd svd = thin_svd(input, a.threshold);
+    const size_t least = svd.w.size();
 
     Answer answer;
     answer.fact("rows", "rows", whole(input.rows));
     answer.fact("columns", "columns", whole(input.cols));
-    answer.fact("rank", "rank", whole(svd->rank), 0, "(singular values above " + general(svd->thresh, 3) + ")");
-    answer.fact("threshold", "threshold", svd->thresh, 3);
-    answer.fact("condition", "condition (2-norm)", w[least - 1] > 0.0 ? w[0] / w[least - 1] : HUGE_VAL, 4);
-    answer.fact("residual", "residual |A - U w V'| / |A|", residual(*A, *U, *V, w), 3);
-    answer.fact("orthogonality_u", "orthogonality |U'U - 1|", orthogonality(*U, least), 3);
-    answer.fact("orthogonality_v", "orthogonality |V'V - 1|", orthogonality(*V, input.cols), 3);
+    answer.fact("rank", "rank", whole(svd.rank), 0, "(singular values above " + general(svd.threshold, 3) + ")");
+    answer.fact("threshold", "threshold", svd.threshold, 3);
+    answer.fact("condition", "condition (2-norm)", svd.condition(), 4);
+    answer.fact("residual", "residual |A - U w V'| / |A|", residual(*dense(input), *svd.U, *svd.V, svd.w), 3);
+    answer.fact("orthogonality_u", "orthogonality |U'U - 1|", orthogonality(*svd.U), 3);
+    answer.fact("orthogonality_v", "orthogonality |V'V - 1|", orthogonality(*svd.V), 3);
     answer.time(watch.seconds());
-    answer.list("singular_values", "", "number", std::vector<double>(w, w + least)).shown = 40;
+    answer.list("singular_values", "", "number", svd.w).shown = 40;
     if (a.vectors) {
-        const Dense left = make_dense(input.rows, least);
-        for (uint64_t i = 0; i < input.rows; i++) std::copy_n(U->row_ptrs[i], least, left->row_ptrs[i]);
-        answer.matrix("u", "U, left vectors in columns", left->base, input.rows, least);
-        answer.matrix("v", "V, right vectors in columns", V->base, input.cols, input.cols);
+        answer.matrix("u", "U, left vectors in columns", svd.U->base, input.rows, least);
+        answer.matrix("v", "V, right vectors in columns", svd.V->base, input.cols, least);
     }
     print(answer, a.form);
     return exit_done;

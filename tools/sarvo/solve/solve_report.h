@@ -6,7 +6,10 @@
 
 namespace command {
 
-Answer solve_answer(const SolveResult &result);
-std::string solution_market(const SolveResult &result); // x as a Matrix Market array
+// One result, or those of several right-hand sides.
+Answer solve_answer(const std::vector<SolveResult> &results);
+
+// The solutions in columns: .npy, .tsv or .csv as the name ends, else a Matrix Market array.
+void write_solution(const std::vector<SolveResult> &results, const std::string &path);
 
 } // namespace command
