@@ -153,7 +153,7 @@ SARVO_API sarko_error_t sarvo_lsq_weight_minit(const sarvo_matrix *W, sarvo_lsq 
 SARVO_API sarko_error_t sarvo_lsq_iterate_init(const sarvo_vector *x0, sarvo_lsq *lsq);
 
 /* One iteration: derivatives at x, alpha = (J'W) J and beta = (J'W) r, then up to max_tries trial steps until one
- * lowers chisq. All rejected: success, x unchanged.
+ * lowers chisq; svd->thresh is set to 0 for their solves. All rejected: success, x unchanged.
  * Sums ascend over the data, one running sum from +0 each; in the products terms whose left factor is zero are left
  * out. chisq = sum r_i r_i, sum w_i (r_i r_i), or sum_j t_j r_j with t_j = sum_i r_i W(i,j).
  * A rejected trial restores x and r bit for bit and keeps the step; a trial whose chisq is NaN is rejected.

@@ -97,7 +97,6 @@ TEST(FftCommand, SaysWhatItTookAndWritesWhatItReads) {
         EXPECT_NE((answer.out + answer.err).find(row.taken), std::string::npos)
             << row.arguments << answer.out << answer.err;
     }
-    const Table direct = table(sarvo("fft - --column y", two));
     for (const char *kind : {".npy", ".csv", ".tsv"}) {
         const std::string path = testing::TempDir() + "sarvo_fft_output" + kind;
         EXPECT_EQ(sarvo("fft - --column y --output " + path, two).exit_code, 0);
@@ -106,7 +105,6 @@ TEST(FftCommand, SaysWhatItTookAndWritesWhatItReads) {
         for (size_t i = 0; i < 3; i++) EXPECT_NEAR(back.columns[2][i], static_cast<double>(1 << i), 1e-15);
         std::remove(path.c_str());
     }
-    EXPECT_EQ(direct.rows(), 3u);
 }
 
 TEST(ConvCommand, MultipliesPolynomialsAndWrapsAround) {

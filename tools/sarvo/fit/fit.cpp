@@ -140,12 +140,18 @@ bool has_arrived(sarvo_lsq &lsq, double size) {
            reduction <= 4.0 * eps * elementary::sqrt(lsq.chisq * size);
 }
 
-// Iterates until a reason to stop is found; fills iterations, converged and reason.
-void iterate(const Problem &problem, sarvo_lsq &lsq, int limit,
-             const std::function<void(const FitIteration &)> &progress, FitResult &result) {
+// Weighted sum of squares of the left side.
+double size_of_data(const Problem &problem) {
     double size = 0.0;
     for (size_t i = 0; i < problem.observed.size(); i++)
         size += problem.weight(i) * problem.observed[i] * problem.observed[i];
+    return size;
+}
+
+// Iterates until a reason to stop is found; fills iterations, converged and reason.
+void iterate(const Problem &problem, sarvo_lsq &lsq, int limit,
+             const std::function<void(const FitIteration &)> &progress, FitResult &result) {
+    const double size = size_of_data(problem);
     for (int k = 1; k <= limit; k++) {
         const double before = lsq.chisq;
         check(sarvo_lsq_iterate(&lsq));
@@ -241,9 +247,7 @@ void refine(Problem &problem, FitResult &result) {
 // change, and those whose whole value changes it by less than rounding (a rate that has run away).
 std::vector<std::string> undetermined(const Problem &problem, const FitOptions &options, const FitResult &result,
                                       const Linearisation &at) {
-    double size = 0.0;
-    for (size_t i = 0; i < problem.observed.size(); i++)
-        size += problem.weight(i) * problem.observed[i] * problem.observed[i];
+    const double size = size_of_data(problem);
     constexpr double share = 0.1, eps = std::numeric_limits<double>::epsilon();
     std::vector<std::string> names;
     for (size_t p = 0; p < result.names.size(); p++) {

@@ -60,12 +60,17 @@ Decomposition sorted(const double *values, const MAT &vectors) {
     return all;
 }
 
+double largest_element(const DenseInput &A) {
+    double most = 0.0;
+    for (const double x : A.values) most = std::max(most, std::fabs(x));
+    return most;
+}
+
 // The exponent of the power of 2 that brings the largest element near 2^400. Squares of elements 10^-280 times as large
 // do not vanish then, and none overflows.
 int scaling(const DenseInput &A) {
     constexpr int target = 400;
-    double most = 0.0;
-    for (const double x : A.values) most = std::max(most, std::fabs(x));
+    const double most = largest_element(A);
     return most > 0.0 && std::isfinite(most) ? target - std::ilogb(most) : 0;
 }
 
@@ -75,8 +80,7 @@ void scale(std::vector<double> &values, int exponent) {
 
 // Drops what lies off the diagonal and is less than 2^-100 of the largest element: far less than any rounding error.
 DenseInput without_negligible(DenseInput A) {
-    double most = 0.0;
-    for (const double x : A.values) most = std::max(most, std::fabs(x));
+    const double most = largest_element(A);
     for (size_t i = 0; i < A.rows; i++)
         for (size_t j = 0; j < A.cols; j++) {
             double &x = A.values[i * A.cols + j];
@@ -129,7 +133,6 @@ std::string definiteness(const std::vector<double> &w) {
 }
 
 int run_eig(const Arguments &a) {
-    start_library();
     const Stopwatch watch;
     DenseInput input = read_real_matrix(a.matrix);
     require_square(input);

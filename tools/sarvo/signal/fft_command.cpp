@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <filesystem>
 #include <memory>
 
 #include "answer/output.h"
@@ -127,10 +128,7 @@ void add_checks(Answer &answer, const ComplexList &x, const ComplexList &result,
 
 // ---- Output ----
 
-std::string ending(const std::string &path) {
-    const size_t dot = path.rfind('.');
-    return dot == std::string::npos ? "" : path.substr(dot);
-}
+std::string ending(const std::string &path) { return std::filesystem::path(path).extension().string(); }
 
 void check_list_name(const std::string &path) {
     if (path.empty()) return;
